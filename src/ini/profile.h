@@ -1,0 +1,54 @@
+// The profile-file engine: the behaviour of the Windows "private profile" functions,
+// implemented in standard C++ and used on every platform. Text in and out is UTF-8;
+// files are code page 1252 unless they start with a UTF-8 or UTF-16 LE byte-order mark.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kirva::ini {
+
+// GetPrivateProfileStringA: the value of key in section, or defaultValue when the file,
+// section or key is missing. The result is cut to bufferSize - 1 characters (bytes of the
+// code page 1252 text), as the Windows call cuts it to its buffer.
+std::string GetProfileString(const std::string& path, const std::string& section, const std::string& key,
+                             const std::string& defaultValue, std::size_t bufferSize = 1024);
+
+// GetPrivateProfileSectionA: every line of the section, each followed by one NUL, comment
+// lines left out, cut to fit bufferSize as Windows cuts it. Empty when the file or section is missing.
+std::string GetProfileSection(const std::string& path, const std::string& section, std::size_t bufferSize);
+
+// WritePrivateProfileStringA. value == nullopt deletes the key; key == nullopt deletes the section.
+// Creates the file and the section when missing. False when the file could not be written
+// (the file on disk is then unchanged).
+bool WriteProfileString(const std::string& path, const std::string& section, const std::optional<std::string>& key,
+                        const std::optional<std::string>& value);
+
+// WritePrivateProfileSectionA: replaces the key lines of the section by the entries of
+// content (separated by NUL; an entry may itself hold line breaks). Empty content leaves the
+// section header alone with no key lines.
+bool WriteProfileSection(const std::string& path, const std::string& section, std::string_view content);
+
+// While a BatchScope lives, writes to the same files stay in memory and are flushed once,
+// by one atomic replace per file, when the outermost scope ends (or Flush is called).
+class BatchScope {
+  public:
+    BatchScope();
+    ~BatchScope();
+    BatchScope(const BatchScope&) = delete;
+    BatchScope& operator=(const BatchScope&) = delete;
+    // Flushes now; true when every pending file was written.
+    bool Flush();
+    // True when every flush so far (in this scope) succeeded.
+    bool Ok() const;
+
+  private:
+    bool ok_ = true;
+};
+
+// Drops every cached document (tests, and callers that know a file was replaced).
+void ClearCache();
+
+} // namespace kirva::ini

@@ -1,0 +1,87 @@
+// The few things that differ per operating system. The core and the window reach the
+// system only through these declarations; posix/ and win32/ implement them and CMake
+// links one of the two. No OS header is included here.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kirva::platform {
+
+// Folder separator used by every path rule ("\" on Windows, "/" elsewhere).
+#ifdef _WIN32
+inline constexpr char kPathSeparator = '\\';
+#else
+inline constexpr char kPathSeparator = '/';
+#endif
+
+// ------------------------------------------------------------------ registry
+// Key paths are written as on Windows, without the root ("SOFTWARE\MAROVEX\TALM\KALDERON").
+enum class RegRoot { LocalMachine, CurrentUser };
+
+std::optional<std::string> RegReadString(RegRoot root, const std::string& keyPath, const std::string& name);
+std::optional<std::uint32_t> RegReadDword(RegRoot root, const std::string& keyPath, const std::string& name);
+// String values; expand = REG_EXPAND_SZ instead of REG_SZ. The key is created when missing.
+bool RegWriteString(RegRoot root, const std::string& keyPath, const std::string& name, const std::string& value,
+                    bool expand = false);
+bool RegWriteDword(RegRoot root, const std::string& keyPath, const std::string& name, std::uint32_t value);
+bool RegWriteBinary(RegRoot root, const std::string& keyPath, const std::string& name,
+                    const std::vector<std::uint8_t>& data);
+// True when the value is gone afterwards (deleting a missing value succeeds).
+bool RegDeleteValue(RegRoot root, const std::string& keyPath, const std::string& name);
+
+// ------------------------------------------------------------------ caller notification
+// Whether a window handle (on POSIX: the calling program's process id) designates a live window.
+bool WindowExists(std::int64_t handle);
+// Posts message/wParam/lParam to the window without waiting. False when nothing was posted.
+bool PostWindowMessage(std::int64_t handle, std::uint32_t message, std::uint32_t wParam, std::int64_t lParam);
+
+// ------------------------------------------------------------------ process-wide settings
+// Takes the single-instance lock for the life of the process. False when another instance holds it.
+bool AcquireSingleInstance();
+// The user's decimal separator as the number formatting of this process sees it.
+std::string UserDecimalSeparator();
+// Makes "." the decimal separator of this process (and, on Windows, of the user's session).
+bool ForceDecimalPoint();
+// Folder of the running executable, without a trailing separator.
+std::string ExecutableFolder();
+// The whole command line as one text (arguments joined by blanks).
+std::string CommandLine(int argc, char** argv);
+
+// ------------------------------------------------------------------ network
+// Host name of this computer; false with an error text on failure.
+bool LocalHostName(std::string& name, std::string& error);
+// First IPv4 address of a host name or dotted address, as dotted text; false with an error text.
+bool ResolveIPv4(const std::string& host, std::string& dotted, std::string& error);
+
+struct EchoReply {
+    std::uint32_t Status = 0;        // ICMP status code of the Windows ICMP library
+    std::uint32_t RoundTripTime = 0; // milliseconds
+    std::uint16_t DataSize = 0;      // bytes echoed back
+};
+// One ICMP echo to an IPv4 address (network byte order) with the given data and time-out.
+// Returns true when a reply came; otherwise reply.Status says why (timeout, unreachable, ...).
+bool SendIcmpEcho(std::uint32_t addressNetworkOrder, const std::string& data, std::uint32_t timeoutMs,
+                  EchoReply& reply, std::string& error);
+
+// ------------------------------------------------------------------ commands and programs
+// Runs a shell command line (cmd /c on Windows, /bin/sh -c elsewhere), minimised, and waits for it.
+// Returns the exit code, or -1 when it could not be started.
+int RunShellCommandAndWait(const std::string& commandLine);
+// Starts a command line without waiting (minimised). False when it could not be started.
+bool StartShellCommand(const std::string& commandLine);
+// Starts a program (full path) in a minimised window without waiting.
+bool StartProgram(const std::string& path);
+// Finds a file in a folder without regard to case on systems whose file names are case-sensitive.
+// Returns the path as it exists on disk, or nullopt.
+std::optional<std::string> FindFileNoCase(const std::string& folder, const std::string& name);
+
+// ------------------------------------------------------------------ serial port
+// The device that stands for COM n on this system (empty when there is none).
+std::string SerialDeviceForPort(int portNumber);
+// Opens COM n for a test and closes it at once. True when the port exists and nobody holds it.
+bool TestSerialPort(int portNumber);
+
+} // namespace kirva::platform

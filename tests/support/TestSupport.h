@@ -1,0 +1,33 @@
+// Test helpers of the core: TempDir and a message service that records what the program said.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/messages.h"
+#include "support/TempDir.h"
+
+namespace kirva::test {
+
+// Records every message; answers questions with `answer`. Installed for its lifetime.
+class RecordingMessages : public MessageService {
+  public:
+    struct Entry {
+        std::string text;
+        int icon;
+        MsgButtons buttons;
+    };
+    explicit RecordingMessages(MsgAnswer answer = MsgAnswer::No) : answer_(answer) { SetMessageService(this); }
+    ~RecordingMessages() override { SetMessageService(nullptr); }
+    MsgAnswer Show(const std::string& text, int icon, MsgButtons buttons) override {
+        entries.push_back({text, icon, buttons});
+        return buttons == MsgButtons::YesNo ? answer_ : MsgAnswer::Ok;
+    }
+    void Answer(MsgAnswer a) { answer_ = a; }
+    std::vector<Entry> entries;
+
+  private:
+    MsgAnswer answer_;
+};
+
+} // namespace kirva::test
