@@ -34,7 +34,8 @@ class clsIniVar {
     void Value(const std::string& v) { value_ = v; }
 
     std::string Read(std::string& key, std::string& section, std::string& path);
-    std::string ReadDef(const std::string& defaultValue, std::string& key, std::string& section, std::string& path);
+    std::string ReadDef(const std::string& defaultValue, std::string& key, std::string& section,
+                        std::string& path);
     double ReadVal(std::string& key, std::string& section, std::string& path);
     bool ReadBool(std::string& key, std::string& section, std::string& path);
     bool ReadBoolDef(bool defaultValue, std::string& key, std::string& section, std::string& path);
@@ -51,11 +52,13 @@ class clsIniVar {
                         std::string&& path = {});
     double ReadVal(std::string&& key = {}, std::string&& section = {}, std::string&& path = {});
     bool ReadBool(std::string&& key = {}, std::string&& section = {}, std::string&& path = {});
-    bool ReadBoolDef(bool defaultValue, std::string&& key = {}, std::string&& section = {}, std::string&& path = {});
+    bool ReadBoolDef(bool defaultValue, std::string&& key = {}, std::string&& section = {},
+                     std::string&& path = {});
     std::string ReadSection(std::string&& section = {}, std::string&& path = {});
     std::vector<std::string> ReadSectionInTab(std::string&& section = {}, std::string&& path = {});
     bool FNKeyExist(std::string&& key = {}, std::string&& section = {}, std::string&& path = {});
-    void WriteStr(std::string&& value, std::string&& key = {}, std::string&& section = {}, std::string&& path = {});
+    void WriteStr(std::string&& value, std::string&& key = {}, std::string&& section = {},
+                  std::string&& path = {});
     void WriteVal(double value, std::string&& key = {}, std::string&& section = {}, std::string&& path = {});
     void WriteBool(bool value, std::string&& key = {}, std::string&& section = {}, std::string&& path = {});
 

@@ -15,16 +15,19 @@ std::string RemoveTrailingBackslash(const std::string& path);
 std::string GetTagValue(const std::string& line, const std::string& tag);
 
 // Pads text to width: alignment 1 pads before, 3 after, anything else centres.
-std::string PadText(const std::string& text, std::int16_t width, std::int16_t alignment, const std::string& padChar);
+std::string PadText(const std::string& text, std::int16_t width, std::int16_t alignment,
+                    const std::string& padChar);
 
 // A number in the general display format of the user's locale (the locale's decimal separator).
 std::string FormatValue(double value);
 std::string FormatValue(std::int64_t value);
 
 // The lines of a section with comments stripped; lines[0] is unused, lines 1..n are the lines kept.
-std::int16_t ReadSectionLines(const std::string& path, const std::string& section, std::vector<std::string>& lines);
+std::int16_t ReadSectionLines(const std::string& path, const std::string& section,
+                              std::vector<std::string>& lines);
 // Replaces every line of the section by the given lines, all of them, in order.
-void WriteSectionLines(const std::string& path, const std::string& section, const std::vector<std::string>& lines);
+void WriteSectionLines(const std::string& path, const std::string& section,
+                       const std::vector<std::string>& lines);
 
 // Trims blanks (space, tab) at both ends / at the end only.
 std::string Trim(const std::string& text);

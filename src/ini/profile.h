@@ -18,13 +18,16 @@ std::string GetProfileString(const std::string& path, const std::string& section
 
 // GetPrivateProfileSectionA: every line of the section, each followed by one NUL, comment
 // lines left out, cut to fit bufferSize as Windows cuts it. Empty when the file or section is missing.
+// Lines come as "name=value" with the blanks around name and value removed (quotes kept);
+// a line without "=" comes as its text. When the lines and the final NUL do not fit in
+// bufferSize characters, the first bufferSize - 2 characters are returned.
 std::string GetProfileSection(const std::string& path, const std::string& section, std::size_t bufferSize);
 
 // WritePrivateProfileStringA. value == nullopt deletes the key; key == nullopt deletes the section.
 // Creates the file and the section when missing. False when the file could not be written
 // (the file on disk is then unchanged).
-bool WriteProfileString(const std::string& path, const std::string& section, const std::optional<std::string>& key,
-                        const std::optional<std::string>& value);
+bool WriteProfileString(const std::string& path, const std::string& section,
+                        const std::optional<std::string>& key, const std::optional<std::string>& value);
 
 // WritePrivateProfileSectionA: replaces the key lines of the section by the entries of
 // content (separated by NUL; an entry may itself hold line breaks). Empty content leaves the
@@ -33,6 +36,10 @@ bool WriteProfileSection(const std::string& path, const std::string& section, st
 
 // While a BatchScope lives, writes to the same files stay in memory and are flushed once,
 // by one atomic replace per file, when the outermost scope ends (or Flush is called).
+// Reads see the pending writes; a BatchScope is also a ReadScope. A write inside a scope
+// returns true unless the file is unusable (a folder, unreadable); a failed flush shows in
+// Flush()/Ok(), and the edits of a file that could not be written are dropped (the file on
+// disk is unchanged).
 class BatchScope {
   public:
     BatchScope();
@@ -48,7 +55,20 @@ class BatchScope {
     bool ok_ = true;
 };
 
-// Drops every cached document (tests, and callers that know a file was replaced).
+// While a ReadScope (or a BatchScope) lives, each file is compared with the disk once, at its
+// first use in the outermost scope: the reads of a whole record cost one system call per file
+// and see one version of each file. Outside any scope every call checks the file's stamp.
+// Writes are not affected: a flush still merges what another program changed meanwhile.
+class ReadScope {
+  public:
+    ReadScope();
+    ~ReadScope();
+    ReadScope(const ReadScope&) = delete;
+    ReadScope& operator=(const ReadScope&) = delete;
+};
+
+// Writes what a batch still holds, then drops every cached document (tests, and callers
+// that know a file was replaced).
 void ClearCache();
 
 } // namespace kirva::ini

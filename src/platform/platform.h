@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,11 +22,14 @@ inline constexpr char kPathSeparator = '/';
 // Key paths are written as on Windows, without the root ("SOFTWARE\MAROVEX\TALM\KALDERON").
 enum class RegRoot { LocalMachine, CurrentUser };
 
+// A DWORD reads as a string in decimal; a string of digits (or "0x" and hex digits) reads as a DWORD.
 std::optional<std::string> RegReadString(RegRoot root, const std::string& keyPath, const std::string& name);
 std::optional<std::uint32_t> RegReadDword(RegRoot root, const std::string& keyPath, const std::string& name);
+std::optional<std::vector<std::uint8_t>> RegReadBinary(RegRoot root, const std::string& keyPath,
+                                                       const std::string& name);
 // String values; expand = REG_EXPAND_SZ instead of REG_SZ. The key is created when missing.
-bool RegWriteString(RegRoot root, const std::string& keyPath, const std::string& name, const std::string& value,
-                    bool expand = false);
+bool RegWriteString(RegRoot root, const std::string& keyPath, const std::string& name,
+                    const std::string& value, bool expand = false);
 bool RegWriteDword(RegRoot root, const std::string& keyPath, const std::string& name, std::uint32_t value);
 bool RegWriteBinary(RegRoot root, const std::string& keyPath, const std::string& name,
                     const std::vector<std::uint8_t>& data);
@@ -47,7 +51,8 @@ std::string UserDecimalSeparator();
 bool ForceDecimalPoint();
 // Folder of the running executable, without a trailing separator.
 std::string ExecutableFolder();
-// The whole command line as one text (arguments joined by blanks).
+// The command line as one text: the arguments after the program's own path, joined by blanks
+// (the program's path is left out, so that a folder named "/MRV" in it does not count).
 std::string CommandLine(int argc, char** argv);
 
 // ------------------------------------------------------------------ network
@@ -83,5 +88,31 @@ std::optional<std::string> FindFileNoCase(const std::string& folder, const std::
 std::string SerialDeviceForPort(int portNumber);
 // Opens COM n for a test and closes it at once. True when the port exists and nobody holds it.
 bool TestSerialPort(int portNumber);
+
+// ------------------------------------------------------------------ files (INI engine)
+// One version of a file: any write or replacement of the file changes it.
+struct FileStamp {
+    std::int64_t ModifiedNs = 0; // last write time
+    std::int64_t ChangedNs = 0;  // last status change (0 where the system has none)
+    std::uint64_t Size = 0;
+    std::uint64_t Device = 0;
+    std::uint64_t Id = 0; // inode, or the file index on Windows
+    bool operator==(const FileStamp&) const = default;
+};
+enum class FileResult { Ok, Missing, NotAFile, ReadOnly, Locked, Failed };
+// Stamp of a regular file: Missing, NotAFile (a folder, a device), Failed (no access).
+FileResult StatFile(const std::string& path, FileStamp& stamp);
+// The whole content of a regular file and the stamp of exactly what was read.
+FileResult ReadWholeFile(const std::string& path, std::string& bytes, FileStamp& stamp);
+// Replaces a file (or creates it; its folder must exist) in one atomic step: a temporary file
+// in the same folder, flushed to disk, renamed over the file, which keeps its permissions.
+// While the file is held exclusively, `build` gets its current content (nullptr when it does
+// not exist) and fills `bytes`. Refused, with the file untouched: ReadOnly (no write
+// permission, or the read-only attribute), Locked (another program holds a lock on it),
+// NotAFile, Failed. On Ok, `stamp` is the stamp of the new file.
+FileResult
+ReplaceFileContents(const std::string& path,
+                    const std::function<void(const std::string* current, std::string& bytes)>& build,
+                    FileStamp& stamp);
 
 } // namespace kirva::platform

@@ -1,0 +1,95 @@
+#include "app/ProgramSettings.h"
+
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <limits>
+#include <system_error>
+
+#include "app/MessageTexts.h"
+#include "app/messages.h"
+#include "ini/clsIniVar.h"
+#include "ini/helpers.h"
+
+namespace kirva {
+
+namespace {
+
+// Largest list the hand-off file may ask for; a larger count is a broken file, not a workshop.
+constexpr std::int32_t kMaxListSize = 10000;
+
+bool FileExists(const std::string& path) {
+    std::error_code ec;
+    return std::filesystem::is_regular_file(std::filesystem::path(path), ec);
+}
+
+// An integer key: number-prefix rule, then the nearest 32-bit integer (halves to even).
+// False when the value does not fit in 32 bits.
+bool ReadInteger(const std::string& path, const char* section, const char* key, std::int32_t& out) {
+    const double value = RoundHalfEven(ParseLeadingNumber(FNReadIniString(path, section, key, "")));
+    if (!std::isfinite(value) || value < static_cast<double>(std::numeric_limits<std::int32_t>::min()) ||
+        value > static_cast<double>(std::numeric_limits<std::int32_t>::max())) {
+        return false;
+    }
+    out = static_cast<std::int32_t>(value);
+    return true;
+}
+
+std::string ReadFolder(const std::string& path, const char* key) {
+    std::string value = Trim(FNReadIniString(path, "KIRVA", key, ""));
+    return value.empty() ? value : AddTrailingBackslash(value);
+}
+
+// Reads prefix1 ... prefix<count> of section into list[1..count]; list[0] stays empty.
+bool ReadList(const std::string& path, const char* section, const std::string& prefix, std::int32_t count,
+              std::vector<std::string>& list) {
+    if (count < 0 || count > kMaxListSize) return false;
+    list.assign(static_cast<std::size_t>(count) + 1, std::string());
+    for (std::int32_t n = 1; n <= count; ++n) {
+        list[static_cast<std::size_t>(n)] =
+            Trim(FNReadIniString(path, section, prefix + std::to_string(n), ""));
+    }
+    return true;
+}
+
+} // namespace
+
+bool ReadProgramSettings(const std::string& path, ProgramSettings& settings) {
+    if (!FileExists(path)) {
+        ShowMessage(texts::kKirvaIniMissing, IconWarning);
+        return false;
+    }
+
+    ProgramSettings read;
+    if (!ReadInteger(path, "KIRVA", "Mode", read.Mode)) return false;
+    if (!ReadInteger(path, "KIRVA", "AppCalling", read.AppCalling)) return false;
+    if (!ReadInteger(path, "KIRVA", "CurrentIndexMO", read.CurrentIndexMO)) return false;
+    read.PathDirData = ReadFolder(path, "PathDirData");
+    read.DefaultPathDirTelvar = ReadFolder(path, "DefaultPathDirTelvar");
+    if (!ReadInteger(path, "KIRVA", "NbDevice", read.NbDevice)) return false;
+    read.PathAppCallingIni = Trim(FNReadIniString(path, "KIRVA", "PathAppCallingIni", ""));
+
+    if (!ReadList(path, "CNC", "RefMO", read.NbDevice, read.RefMO)) return false;
+
+    if (!ReadInteger(path, "TREEVIEW", "NbTreeViewNode", read.NbTreeViewNode)) return false;
+    if (!ReadList(path, "TREEVIEW", "RefDirNode", read.NbTreeViewNode, read.RefDirNode)) return false;
+
+    std::int32_t nbSpe = 0;
+    if (!ReadInteger(path, "SPECIFICITE", "NbSpe", nbSpe)) return false;
+    if (!ReadList(path, "SPECIFICITE", "Spe", nbSpe, read.Spe)) return false;
+
+    settings = std::move(read);
+    return true;
+}
+
+ProgramState& App() {
+    static ProgramState state;
+    return state;
+}
+
+std::string VersionText() {
+    return std::to_string(KIRVA_VERSION_MAJOR) + "." + std::to_string(KIRVA_VERSION_MINOR) + ".0." +
+           std::to_string(KIRVA_VERSION_REVISION);
+}
+
+} // namespace kirva

@@ -1,0 +1,165 @@
+// The program's one window: a machine's connection configuration, opened in add mode
+// (AppCalling 1) or in modify mode (AppCalling 2).
+//
+// On the left the tree TvwCat lists the panels by theme; on the right the panels PanConfig_0 ..
+// PanConfig_18 are stacked, each tagged "pan:<number>|" (dynamic property "Tag") like its tree
+// node. The fields are laid out from the field table (editor/FieldTable.h); every control of an
+// array carries the object name "<array>_<member>".
+#pragma once
+
+#include <QHash>
+#include <QMainWindow>
+#include <QString>
+#include <QStringList>
+#include <array>
+#include <functional>
+#include <vector>
+
+#include "app/ProgramSettings.h"
+#include "editor/FieldTable.h"
+#include "editor/Vocabularies.h"
+#include "machine/ControlCatalogue.h"
+#include "machine/MachineConfig.h"
+
+class QComboBox;
+class QFormLayout;
+class QLabel;
+class QPushButton;
+class QStackedWidget;
+class QTabBar;
+class QTabWidget;
+class QTextEdit;
+class QTreeWidget;
+class QTreeWidgetItem;
+class QVBoxLayout;
+
+namespace kirva {
+
+class ActivityChannelsPanel;
+class ChannelsPanel;
+class FieldFocusWatcher;
+class IsoInsertPanel;
+class PingWidgets;
+class PlansPanel;
+class WorkshopActivities;
+struct BrowseDef;
+
+class frmKirva : public QMainWindow {
+    Q_OBJECT
+
+  public:
+    // state is the program-wide state filled by start-up (normally App()). In modify mode the
+    // window shows the shared record (Machine(), Remonte()).
+    explicit frmKirva(ProgramState& state, QWidget* parent = nullptr);
+    ~frmKirva() override;
+
+    // True when the window was opened to add a machine.
+    bool AddMode() const;
+
+    // ---------------------------------------------------------------- panels and navigation
+    // Clears TvwCat and adds its nineteen nodes.
+    void BuildPanelTree();
+    // Brings to the front the first panel whose "pan:" value equals panel exactly.
+    void ShowPanel(const QString& panel);
+    // Brings to the front the panel that holds control (climbing its containers up to the window).
+    void SetFocusOnPanOfInfo(QWidget* control);
+    // Entry into and exit from an editing field: highlight and selection.
+    void CtrlGotFocus(QWidget* control);
+    void CtrlLostFocus(QWidget* control);
+    // Kept for the callers of the window; does nothing.
+    void SetOnglet();
+    // The number of the panel in front ("3.2").
+    QString CurrentPanel() const;
+
+    // ---------------------------------------------------------------- the record
+    // Shows a machine in the fields (and the lists it holds: workshop activities, analysis channels).
+    void ShowMachine(const MachineConfig& machine, const RemonteState& remonte);
+    // Takes every field into the record, each into the member of the key it edits. Members that no
+    // field edits (the machine folder, Socket, ...) are left as they are.
+    void TakeMachine(MachineConfig& machine, RemonteState& remonte) const;
+
+    // A control by array and member ("cboDnc", 23) or by its own name (member -1); nullptr when none.
+    QWidget* Control(const QString& array, int member = -1) const;
+    // Every control of the given arrays, array after array in the order given, by member number
+    // (the order in which the apply step looks for an empty field: TxtTelvar, txtIso, TxtDnc, ...).
+    std::vector<QWidget*> ArrayControls(const QStringList& arrays) const;
+
+    // ---------------------------------------------------------------- commands and field rules
+    // Gives a command button (cmdExit member) its action; a button without one stays disabled.
+    void SetCommandAction(int member, std::function<void()> action);
+    // Runs a browse button (cmdParcourir member, or "cmdChain").
+    void Browse(const QString& button, int member);
+
+    // The list panels placed on the window.
+    IsoInsertPanel* IsoInsertions() const { return isoInsert_; }
+    PlansPanel* Plans() const { return plans_; }
+    ChannelsPanel* Channels() const { return channels_; }
+    ActivityChannelsPanel* AnalysisChannels() const { return analysisChannels_; }
+    PingWidgets* Ping() const { return ping_; }
+
+    // Renders every panel, in tree order, to folder/<panel number>.png. False (with a reason) when
+    // the folder cannot be made or a picture cannot be written.
+    bool SaveScreenshots(const QString& folder, QString* error = nullptr);
+
+  private:
+    // Where a field stands: its form and the widget of its row (the field, or the field with its buttons).
+    struct RowPlace {
+        QFormLayout* Form = nullptr;
+        QWidget* Row = nullptr;
+    };
+
+    void BuildWindow();
+    QWidget* BuildPanel(int index, const char* panel, const char* text);
+    void AddFieldRow(QFormLayout* form, const FieldDef& def);
+    void AddGroupExtras(const QString& panel, const QString& group, QFormLayout* form);
+    void AddPanelExtras(const QString& panel, QVBoxLayout* layout);
+    QPushButton* CommandButton(int member);
+    QPushButton* BrowseButton(const BrowseDef& def);
+    QWidget* ServiceGroup();
+    void AlignLabels();
+    void FillChoiceLists();
+    void SetTitle();
+    void SetInfoTabs();
+    void HideProgramManagerFields();
+    void LoadMachineLists();
+    void UpdateApplyButtons();
+    void UpdateStartConditionCompanions();
+    void OnNodeChosen(QTreeWidgetItem* item);
+    void OnGroupChosen(int index);
+    void OnModelChosen(int index);
+    void RunCommand(int member);
+    void ReloadIsoInsertions(const QString& path);
+    QString MachineFolder() const;
+    void WatchEditingFields();
+
+    QWidget* WidgetOf(const FieldDef& def) const;
+    void ShowField(const FieldDef& def, const std::string& stored);
+    std::string FieldValue(const FieldDef& def) const;
+    QString DisplayState(const FieldDef& def) const;
+
+    ProgramState& state_;
+    ControlCatalogue catalogue_;
+    VocabularyCache vocabularies_;
+    QHash<QString, QWidget*> controls_;
+    QHash<QString, RowPlace> rowOf_; // by the field's object name
+    QString machineDir_;             // folder of the machine shown
+    std::vector<QWidget*> panConfig_;
+    QTreeWidget* tvwCat_ = nullptr;
+    QStackedWidget* stack_ = nullptr;
+    QTabBar* tabInfo_ = nullptr;
+    QLabel* infoHeader_ = nullptr;
+    QTabWidget* tabDnc_ = nullptr;
+    QTabWidget* tabIso_ = nullptr;
+    QTextEdit* infoBox_ = nullptr;
+    IsoInsertPanel* isoInsert_ = nullptr;
+    PlansPanel* plans_ = nullptr;
+    ChannelsPanel* channels_ = nullptr;
+    ActivityChannelsPanel* analysisChannels_ = nullptr;
+    WorkshopActivities* activities_ = nullptr;
+    PingWidgets* ping_ = nullptr;
+    FieldFocusWatcher* focusWatcher_ = nullptr;
+    std::array<std::function<void()>, 14> commandActions_;
+    bool referenceTyped_ = false; // the reference field held text before the last key
+};
+
+} // namespace kirva

@@ -1,0 +1,69 @@
+// A real frmKirva over a fresh temporary folder: the hand-off values, a small control catalogue
+// and a recorded message box.
+#pragma once
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QString>
+#include <memory>
+#include <string>
+
+#include "app/ProgramSettings.h"
+#include "editor/frmKirva.h"
+#include "machine/MachineConfig.h"
+#include "support/TestSupport.h"
+#include "translate/translate.h"
+
+namespace kirva::test {
+
+// Groups 3 ("Tours": models 31, 32) and 5 ("Fraiseuses": model 51). Group 3 lacks "CarDebCom".
+inline constexpr const char* kCatalogue =
+    "[CN_GROUP]\r\nListeCodeGroup=3,5\r\n"
+    "[GROUP_3]\r\nName=Tours\r\nListeCodeModel=31,32\r\nCarDebProg=%\r\n"
+    "CarDebBloc=N\r\nForceSepDec=1\r\nIJRel=0\r\n"
+    "[GROUP_5]\r\nName=Fraiseuses\r\nListeCodeModel=51\r\nCarDebProg=:\r\n"
+    "[MODELS]\r\nRef_31=TC-100\r\nRef_32=TC-200\r\nRef_51=FR-1\r\n";
+
+class WindowFixture {
+  public:
+    explicit WindowFixture(int mode = 1, int appCalling = 2) {
+        TK_TRANSLATE::Shared().Init("");
+        ProgramSettings& s = state.Settings;
+        s.Mode = mode;
+        s.AppCalling = appCalling;
+        s.CurrentIndexMO = 1;
+        s.NbDevice = 1;
+        s.RefMO = {"", "TOUR1"};
+        s.PathDirData = dir / "Data/";
+        s.DefaultPathDirTelvar = dir / "Telvar/";
+        s.PathAppCallingIni = dir / (mode == 2 ? "Harbix.ini" : "Kalderon.ini");
+        s.NbTreeViewNode = 2;
+        s.RefDirNode = {"", "Atelier A", "Atelier B"};
+        s.Spe = {"", "LECT_CART"};
+        state.VersionText = "2.1.0.14";
+        state.InfoCNPath = s.PathDirData + "InfoCN.ini";
+        WriteBytes(state.InfoCNPath, kCatalogue);
+    }
+
+    // Opens the window on a machine (modify mode shows it).
+    frmKirva& Open(const MachineConfig& machine = MachineConfig(),
+                   const RemonteState& remonte = RemonteState()) {
+        Machine() = machine;
+        Remonte() = remonte;
+        window = std::make_unique<frmKirva>(state);
+        return *window;
+    }
+
+    template <typename T>
+    T* Find(const char* name) const {
+        return window->findChild<T*>(QString::fromUtf8(name));
+    }
+
+    TempDir dir;
+    ProgramState state;
+    RecordingMessages messages;
+    std::unique_ptr<frmKirva> window;
+};
+
+} // namespace kirva::test

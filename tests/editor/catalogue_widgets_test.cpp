@@ -1,0 +1,152 @@
+// The catalogue's choice lists, the information box rtbInfoMOCN and the RTF reader behind it.
+#include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTextEdit>
+#include <QTextFragment>
+
+#include "editor/CatalogueWidgets.h"
+#include "editor/RtfReader.h"
+#include "ini/profile.h"
+#include "support/TestSupport.h"
+
+namespace kirva {
+namespace {
+
+using test::RecordingMessages;
+using test::TempDir;
+using test::WriteBytes;
+
+// ---------------------------------------------------------------- RTF reader
+
+struct RtfCase {
+    const char* name;
+    std::string rtf;
+    std::vector<std::string> paragraphs;
+};
+
+TEST(EditorCatalogueRtf, ParagraphsAndCharacters) {
+    const std::vector<RtfCase> cases = {
+        {"paragraphs", "{\\rtf1\\ansi Line 1\\par Line 2\\par}", {"Line 1", "Line 2"}},
+        {"header groups skipped",
+         "{\\rtf1\\ansi\\ansicpg1252{\\fonttbl{\\f0\\fswiss Arial;}}{\\colortbl;\\red255\\green0\\blue0;}"
+         "{\\*\\generator Writer 1.0;}{\\info{\\title T}}\\f0\\fs20 Texte\\par}",
+         {"Texte"}},
+        {"code page escapes", "{\\rtf1 Fra\\'e9sage \\'80 \\'9c\\par}", {"Fraésage € œ"}},
+        {"unicode with fallback",
+         "{\\rtf1\\uc1 \\u8364?uro \\u-3913?x\\uc2\\u233\\'65\\'65!}",
+         {"€uro \uF0B7xé!"}},
+        {"escaped symbols", "{\\rtf1 a\\{b\\}c\\\\d\\~e\\-f}", {"a{b}c\\d\u00A0ef"}},
+        {"line and tab", "{\\rtf1 a\\line b\\tab c}", {"a\nb\tc"}},
+        {"raw line breaks ignored", "{\\rtf1 a\r\nb}", {"ab"}},
+        {"unbalanced braces", "{\\rtf1 a}}}b{{", {"ab"}},
+        {"not rtf at all", "plain", {"plain"}},
+        {"empty", "", {""}},
+    };
+    for (const RtfCase& c : cases) {
+        std::vector<std::string> texts;
+        for (const RtfParagraph& p : ReadRtf(c.rtf)) texts.push_back(p.FNText());
+        EXPECT_EQ(texts, c.paragraphs) << c.name;
+    }
+}
+
+TEST(EditorCatalogueRtf, BoldItalicUnderlineFollowTheGroups) {
+    const auto paragraphs =
+        ReadRtf("{\\rtf1 n {\\b b {\\i bi}} \\ul u\\ulnone  n\\b0 {\\i0 x}\\i i\\plain p}");
+    ASSERT_EQ(paragraphs.size(), 1u);
+    const std::vector<RtfRun> expected = {{"n ", false, false, false}, {"b ", true, false, false},
+                                          {"bi", true, true, false},   {" ", false, false, false},
+                                          {"u", false, false, true},   {" nx", false, false, false},
+                                          {"i", false, true, false},   {"p", false, false, false}};
+    EXPECT_EQ(paragraphs[0].Runs, expected);
+}
+
+TEST(EditorCatalogueRtf, HtmlEscapesTextAndMarksStyles) {
+    const std::string html = RtfToHtml("{\\rtf1 {\\b a<b>&}\\par\\par c}");
+    EXPECT_NE(html.find("<b>a&lt;b&gt;&amp;</b>"), std::string::npos) << html;
+    EXPECT_NE(html.find("<br/></p>"), std::string::npos) << html; // the empty paragraph stays
+}
+
+TEST(EditorCatalogueRtf, DeepNestingAndHugeNumbersDoNotBreakTheReader) {
+    const std::string deep = std::string(100000, '{') + "x" + std::string(100000, '}');
+    EXPECT_EQ(ReadRtf("{\\rtf1 " + deep + "}").front().FNText(), "x");
+    EXPECT_EQ(ReadRtf("{\\rtf1 \\u99999999999999 a\\bin999999999 b}").size(), 1u);
+}
+
+// ---------------------------------------------------------------- widgets
+
+class EditorCatalogue : public ::testing::Test {
+  protected:
+    void SetUp() override { ini::ClearCache(); }
+    TempDir dir_;
+    RecordingMessages messages_;
+    std::string Data() const { return dir_.path().string() + "/"; }
+};
+
+TEST_F(EditorCatalogue, ChoiceListsCarryTheCodes) {
+    WriteBytes(Data() + "InfoCN.ini",
+               "[CN_GROUP]\r\nListeCodeGroup=3,1\r\n[GROUP_3]\r\nName= A \r\n"
+               "ListeCodeModel=10\r\n[GROUP_1]\r\nName=B\r\n[MODELS]\r\nRef_10=Tour\r\n");
+    const ControlCatalogue catalogue = ControlCatalogue::InDataFolder(Data());
+    QComboBox groups, models;
+    models.addItem("stale");
+    CatalogueWidgets::FillGroups(&groups, catalogue);
+    ASSERT_EQ(groups.count(), 2);
+    EXPECT_EQ(groups.itemText(0), "A");
+    EXPECT_EQ(groups.itemData(0).toInt(), 3);
+    EXPECT_EQ(groups.itemText(1), "B");
+    EXPECT_EQ(groups.itemData(1).toInt(), 1);
+    EXPECT_TRUE(CatalogueWidgets::SelectCode(&groups, 1));
+    EXPECT_EQ(CatalogueWidgets::SelectedCode(&groups), 1);
+    EXPECT_FALSE(CatalogueWidgets::SelectCode(&groups, 7));
+
+    CatalogueWidgets::FillModels(&models, catalogue, 3);
+    ASSERT_EQ(models.count(), 1);
+    EXPECT_EQ(models.itemText(0), "Tour");
+    EXPECT_EQ(models.itemData(0).toInt(), 10);
+    CatalogueWidgets::FillModels(&models, catalogue, 1);
+    EXPECT_EQ(models.count(), 0);
+}
+
+TEST_F(EditorCatalogue, AMissingCatalogueLeavesTheListsEmptyAndSaysNothing) {
+    QComboBox groups, models;
+    groups.addItem("stale");
+    const ControlCatalogue catalogue = ControlCatalogue::InDataFolder(Data());
+    CatalogueWidgets::FillGroups(&groups, catalogue);
+    CatalogueWidgets::FillModels(&models, catalogue, 3);
+    EXPECT_EQ(groups.count(), 0);
+    EXPECT_EQ(models.count(), 0);
+    EXPECT_EQ(CatalogueWidgets::SelectedCode(&groups), 0);
+    EXPECT_TRUE(messages_.entries.empty());
+}
+
+TEST_F(EditorCatalogue, InformationFilesShowAsRichOrPlainText) {
+    QWidget parent;
+    QTextEdit* box = CatalogueWidgets::CreateInformationBox(&parent);
+    EXPECT_EQ(box->objectName(), "rtbInfoMOCN");
+    EXPECT_TRUE(box->isReadOnly());
+
+    WriteBytes(Data() + "INFOCN/MO_Tour.RTF",
+               "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Mod\\'e8le {\\b gras}\\par fin}");
+    ASSERT_TRUE(CatalogueWidgets::ShowInformation(box, Data(), 7, "Tour"));
+    EXPECT_EQ(box->toPlainText(), QStringLiteral("Modèle gras\nfin"));
+    QTextCursor cursor(box->document());
+    cursor.setPosition(box->toPlainText().indexOf("gras") + 1);
+    EXPECT_EQ(cursor.charFormat().fontWeight(), QFont::Bold);
+    cursor.setPosition(2);
+    EXPECT_NE(cursor.charFormat().fontWeight(), QFont::Bold);
+
+    // A received program is text, even when it holds what looks like RTF; code page 1252 bytes decode.
+    WriteBytes(Data() + "FROMCN/ISO0012.txt", "{\\rtf1 x}\r\nG0 X1 (\xE9)");
+    ASSERT_TRUE(CatalogueWidgets::ShowInformation(box, Data(), 6, "12"));
+    EXPECT_EQ(box->toPlainText(), QStringLiteral("{\\rtf1 x}\nG0 X1 (é)"));
+
+    EXPECT_FALSE(CatalogueWidgets::ShowInformation(box, Data(), 7, "Absent"));
+    EXPECT_EQ(box->toPlainText(), "");
+    EXPECT_TRUE(messages_.entries.empty());
+}
+
+} // namespace
+} // namespace kirva

@@ -1,0 +1,226 @@
+// Start-up, observed from outside: the real kirva program is copied into a fresh folder and run
+// offscreen, with messages on standard error and an exit as soon as its window is shown.
+#include <gtest/gtest.h>
+
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+#include <fcntl.h>
+#include <filesystem>
+#include <optional>
+#include <ostream>
+#include <regex>
+#include <string>
+#include <sys/file.h>
+#include <unistd.h>
+#include <vector>
+
+#include "support/TempDir.h"
+
+namespace kirva {
+namespace {
+
+namespace fs = std::filesystem;
+using test::TempDir;
+using test::WriteBytes;
+
+constexpr const char* kMissingSettings = "48: Le fichier Kirva.ini est introuvable !";
+
+std::string Version() {
+    return std::to_string(KIRVA_VERSION_MAJOR) + "." + std::to_string(KIRVA_VERSION_MINOR) + ".0." +
+           std::to_string(KIRVA_VERSION_REVISION);
+}
+const std::string kModifyTitle =
+    "Configuration des Connexions Machines - Version " + Version() + " - Configurer...";
+const std::string kAddTitle =
+    "Configuration des Connexions Machines - Version " + Version() + " - Ajouter...";
+
+std::string Crlf(const std::string& text) {
+    std::string out;
+    for (char c : text) out += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    return out;
+}
+
+// The hand-off file; "@ROOT@" stands for the installation's folder. The caller's settings file
+// is the program manager's (Mode 1) or the transfer program's (Mode 2) of the installation.
+std::string HandOff(int mode, int appCalling, int currentIndex = 1, int nbDevice = 2) {
+    const std::string caller = mode == 2 ? "Harbix/Harbix.ini" : "Kalderon/Kalderon.ini";
+    return Crlf("[KIRVA]\nMode=" + std::to_string(mode) + "\nAppCalling=" + std::to_string(appCalling) +
+                "\nCurrentIndexMO=" + std::to_string(currentIndex) +
+                "\nNbDevice=" + std::to_string(nbDevice) +
+                "\nPathDirData=@ROOT@/Data/\nDefaultPathDirTelvar=@ROOT@/Telvar/\nPathAppCallingIni=@ROOT@/" +
+                caller + "\n[CNC]\nRefMO1=TOUR\nRefMO2=FRAISEUSE\n");
+}
+
+std::string ReplaceRoot(std::string text, const std::string& root) {
+    for (std::size_t at; (at = text.find("@ROOT@")) != std::string::npos;) text.replace(at, 6, root);
+    return text;
+}
+
+// True when standard error holds a message line ("<icon>: <text>").
+bool HasMessage(const std::string& err) {
+    static const std::regex line("(^|\n)(0|16|32|48|64): ");
+    return std::regex_search(err, line);
+}
+
+struct Outcome {
+    int exitCode = -1;
+    bool finished = false;
+    std::string out;
+    std::string err;
+};
+
+// A scratch installation: a copy of the program in `folder` (relative to a fresh temporary
+// folder), the two callers' settings files with two machines each, the machines' Telvar.ini,
+// and the installation's own runtime folder and registry file.
+class Installation {
+  public:
+    explicit Installation(const std::string& folder = "exe") : exeFolder_(root_.path() / folder) {
+        fs::create_directories(exeFolder_);
+        fs::create_directories(root_.path() / "run");
+        fs::permissions(root_.path() / "run", fs::perms::owner_all);
+        program_ = exeFolder_ / "kirva";
+        fs::copy_file(KIRVA_BINARY, program_, fs::copy_options::overwrite_existing);
+        fs::permissions(program_, fs::perms::owner_all, fs::perm_options::add);
+        Write("Kalderon/Kalderon.ini", Crlf("[KALDERON]\nLangue=FR.lng\nNbDevice=2\n"
+                                            "[CNC1]\nName=TOUR\nPathTelvar=\n"
+                                            "[CNC2]\nName=FRAISEUSE\nPathTelvar=@ROOT@/Telvar/FRAISEUSE/\n"));
+        Write("Harbix/Harbix.ini",
+              Crlf("[HARBIX_MGR]\nNbDevice=2\n[CNC]\nRefMO1=TOUR\nPathTelvar1=@ROOT@/Telvar/TOUR/\n"
+                   "RefMO2=FRAISEUSE\nPathTelvar2=@ROOT@/Telvar/FRAISEUSE/\n"));
+        Write("Telvar/TOUR/Telvar.ini", Crlf("[DNC]\nRefMO=TOUR\n"));
+        Write("Telvar/FRAISEUSE/Telvar.ini", Crlf("[DNC]\nRefMO=FRAISEUSE\n"));
+    }
+
+    fs::path RuntimeFolder() const { return root_.path() / "run"; }
+    // A file of the installation, "@ROOT@" replaced by its folder.
+    void Write(const std::string& relative, const std::string& content) const {
+        WriteBytes((root_.path() / relative).string(), ReplaceRoot(content, root_.path().string()));
+    }
+    void WriteSettings(const std::string& content, const std::string& name = "Kirva.ini") const {
+        WriteBytes((exeFolder_ / name).string(), ReplaceRoot(content, root_.path().string()));
+    }
+
+    Outcome Run(const QStringList& arguments) const {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("QT_QPA_PLATFORM", "offscreen");
+        env.insert("KIRVA_MESSAGES", "stderr");
+        env.insert("KIRVA_EXIT_WHEN_SHOWN", "1");
+        env.insert("XDG_RUNTIME_DIR", QString::fromStdString(RuntimeFolder().string()));
+        env.insert("XDG_CONFIG_HOME", QString::fromStdString((root_.path() / "config").string()));
+        env.insert("KIRVA_REGISTRY", QString::fromStdString((root_.path() / "registry.ini").string()));
+        QProcess process;
+        process.setProcessEnvironment(env);
+        process.setWorkingDirectory(QString::fromStdString(root_.path().string()));
+        process.start(QString::fromStdString(program_.string()), arguments);
+        Outcome outcome;
+        if (!process.waitForStarted(30000)) return outcome;
+        outcome.finished = process.waitForFinished(60000);
+        if (!outcome.finished) process.kill();
+        outcome.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        outcome.out = process.readAllStandardOutput().toStdString();
+        outcome.err = process.readAllStandardError().toStdString();
+        return outcome;
+    }
+
+  private:
+    TempDir root_;
+    fs::path exeFolder_;
+    fs::path program_;
+};
+
+struct Case {
+    const char* name;
+    QStringList arguments;
+    const char* folder;                  // the program's folder in the installation
+    std::optional<std::string> settings; // Kirva.ini beside the program; nullopt = none
+    std::string title;                   // title printed once the window is shown; "" = no window
+    std::string message;                 // a line expected on standard error; "" = no message at all
+    const char* settingsName = "Kirva.ini";
+};
+
+void PrintTo(const Case& c, std::ostream* os) {
+    *os << c.name;
+}
+
+class StartupBranchTest : public ::testing::TestWithParam<Case> {};
+
+TEST_P(StartupBranchTest, EndsOrShowsTheWindow) {
+    const Case& c = GetParam();
+    if (std::string(c.folder).find("TalmDev/") != std::string::npos && fs::exists("/opt/talm/exe/Kirva.ini"))
+        GTEST_SKIP() << "an installation exists on this computer";
+    Installation install(c.folder);
+    if (c.settings) install.WriteSettings(*c.settings, c.settingsName);
+    const Outcome outcome = install.Run(c.arguments);
+    ASSERT_TRUE(outcome.finished) << outcome.err;
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, c.title.empty() ? std::string() : c.title + "\n");
+    if (c.message.empty()) {
+        EXPECT_FALSE(HasMessage(outcome.err)) << outcome.err;
+    } else {
+        EXPECT_NE(outcome.err.find(c.message + "\n"), std::string::npos) << outcome.err;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    CommandLineFoldersAndHandOff, StartupBranchTest,
+    ::testing::Values(
+        Case{"NoSwitchEndsAtOnce", {}, "exe", HandOff(1, 2), "", ""},
+        Case{"OtherArgumentsWithoutSwitch", {"-MRV", "MRV"}, "exe", HandOff(1, 2), "", ""},
+        Case{"LowerCaseSwitchIsNotTheSwitch", {"/mrv"}, "exe", HandOff(1, 2), "", ""},
+        Case{"SwitchInsideAnArgument", {"x/MRVy"}, "exe", HandOff(1, 2), kModifyTitle, ""},
+        Case{"SwitchAmongQtAndOtherArguments",
+             {"-platform", "offscreen", "/MRV", "x"},
+             "exe",
+             HandOff(1, 2),
+             kModifyTitle,
+             ""},
+        // A copy in a development tree reads the installation folder's hand-off, not its own.
+        Case{"DevelopmentTreeCopy", {"/MRV"}, "Work/TalmDev/Bin", HandOff(1, 2), "", kMissingSettings},
+        Case{"MarkerIsAWholeFolderName", {"/MRV"}, "Work/TalmDevTools/Bin", HandOff(1, 2), kModifyTitle, ""},
+        Case{"HandOffSpelledInAnotherCase", {"/MRV"}, "exe", HandOff(1, 2), kModifyTitle, "", "kirva.ini"},
+        Case{"MissingHandOffIsReported", {"/MRV"}, "exe", std::nullopt, "", kMissingSettings},
+        Case{"AddMode", {"/MRV"}, "exe", HandOff(2, 1), kAddTitle, ""},
+        Case{"ModifyForTheTransferProgram", {"/MRV"}, "exe", HandOff(2, 2, 2, 2), kModifyTitle, ""},
+        Case{"ModeZeroEndsSilently", {"/MRV"}, "exe", HandOff(0, 2), "", ""},
+        Case{"AppCallingZeroEndsSilently", {"/MRV"}, "exe", HandOff(1, 0), "", ""},
+        Case{"EmptyHandOffEndsSilently", {"/MRV"}, "exe", std::string(), "", ""},
+        Case{"MachineBeyondTheCountEndsSilently", {"/MRV"}, "exe", HandOff(1, 2, 3, 2), "", ""},
+        Case{"NewMachineIgnoresTheIndex", {"/MRV"}, "exe", HandOff(1, 1, 9, 2), kAddTitle, ""}),
+    [](const ::testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
+
+TEST(StartupTest, TitleInTheProgramManagersLanguage) {
+    Installation install;
+    install.WriteSettings(HandOff(1, 2));
+    install.Write("Kalderon/Kalderon.ini", Crlf("[KALDERON]\nLangue=EN.lng\n[CNC1]\nName=TOUR\n"));
+    install.Write("Kalderon/Lng/EN.lng",
+                  Crlf("[KIRVA]\nConfiguration des Connexions Machines - Version x1x -="
+                       "Machine Connections - Version x1x -\nConfigurer...=Configure...\n"));
+    const Outcome outcome = install.Run({"/MRV"});
+    EXPECT_EQ(outcome.out, "Machine Connections - Version " + Version() + " - Configure...\n") << outcome.err;
+}
+
+TEST(StartupTest, SecondInstanceEndsSilently) {
+    Installation install;
+    install.WriteSettings(HandOff(1, 2));
+    const fs::path lockFolder = install.RuntimeFolder() / "marovex";
+    fs::create_directories(lockFolder);
+    const std::string lockPath = (lockFolder / "kirva.lock").string();
+    const int fd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::flock(fd, LOCK_EX | LOCK_NB), 0);
+
+    const Outcome held = install.Run({"/MRV"});
+    ::close(fd);
+    ASSERT_TRUE(held.finished);
+    EXPECT_EQ(held.exitCode, 0);
+    EXPECT_EQ(held.out, "");
+    EXPECT_FALSE(HasMessage(held.err)) << held.err;
+
+    const Outcome released = install.Run({"/MRV"});
+    EXPECT_EQ(released.out, kModifyTitle + "\n") << released.err;
+}
+
+} // namespace
+} // namespace kirva

@@ -1,0 +1,83 @@
+// A fresh folder per test with its own registry file and runtime folder, a recording message
+// service, and small helpers to write a Telvar.ini and look at what is on disk.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <optional>
+#include <string>
+
+#include "app/ProgramSettings.h"
+#include "ini/profile.h"
+#include "machine/MachineConfig.h"
+#include "platform/platform.h"
+#include "support/TestSupport.h"
+#include "translate/translate.h"
+
+namespace kirva::test {
+
+// Sets an environment variable for the life of the object and puts the old value back.
+class ScopedEnv {
+  public:
+    ScopedEnv(const char* name, const std::string& value) : name_(name) {
+        if (const char* old = std::getenv(name)) old_ = old;
+        Set(name, value.c_str());
+    }
+    ~ScopedEnv() {
+        if (old_)
+            ::setenv(name_, old_->c_str(), 1);
+        else
+            ::unsetenv(name_);
+    }
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+  private:
+    static void Set(const char* name, const char* value) {
+#ifdef _WIN32
+        _putenv_s(name, value ? value : "");
+#else
+        if (value)
+            ::setenv(name, value, 1);
+        else
+            ::unsetenv(name);
+#endif
+    }
+    const char* name_;
+    std::optional<std::string> old_;
+};
+
+class MachineFixture : public ::testing::Test {
+  protected:
+    MachineFixture()
+        : registry_("KIRVA_REGISTRY", dir / "registry.ini"),
+          runtime_("XDG_RUNTIME_DIR", dir.path().string()) {
+        ini::ClearCache();
+        App() = ProgramState{};
+        Remonte() = RemonteState{};
+        Machine() = MachineConfig{};
+    }
+    ~MachineFixture() override {
+        TK_TRANSLATE::Shared().Init(dictionary_); // reading a caller's entry may have changed it
+        ini::ClearCache();
+    }
+
+    // The machine's folder, with its separator.
+    std::string MachineDir() const { return (dir.path() / "M1").string() + platform::kPathSeparator; }
+    std::string TelvarPath() const { return MachineDir() + "Telvar.ini"; }
+    void WriteTelvar(const std::string& text) { WriteBytes(TelvarPath(), text); }
+    std::string Value(const std::string& section, const std::string& key, const std::string& path = {}) {
+        return ini::GetProfileString(path.empty() ? TelvarPath() : path, section, key, "<missing>");
+    }
+
+    TempDir dir;
+    RecordingMessages messages;
+
+  private:
+    std::string dictionary_ = TK_TRANSLATE::Shared().PathDico();
+    ScopedEnv registry_;
+    ScopedEnv runtime_;
+};
+
+} // namespace kirva::test

@@ -1,0 +1,92 @@
+// The window message to the calling program, received on its datagram socket.
+#include "platform/PlatformTestSupport.h"
+#include "platform/platform.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace kirva::platform {
+namespace {
+
+using test::ScopedEnv;
+using test::TempDir;
+
+// The calling program's side: a bound datagram socket hwnd-<pid>.sock.
+class Listener {
+  public:
+    Listener(const std::string& runtime, pid_t pid) {
+        std::filesystem::create_directories(runtime + "/marovex");
+        path_ = runtime + "/marovex/hwnd-" + std::to_string(pid) + ".sock";
+        fd_ = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::strncpy(address.sun_path, path_.c_str(), sizeof address.sun_path - 1);
+        bound_ = ::bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    }
+    ~Listener() { Close(); }
+    bool bound() const { return bound_; }
+    void Close() {
+        if (fd_ >= 0) ::close(fd_);
+        fd_ = -1;
+    }
+    // The next datagram, or "" when none is waiting.
+    std::string Receive() {
+        char buffer[128];
+        const ssize_t size = ::recv(fd_, buffer, sizeof buffer, MSG_DONTWAIT);
+        return size > 0 ? std::string(buffer, static_cast<std::size_t>(size)) : std::string();
+    }
+
+  private:
+    std::string path_;
+    int fd_ = -1;
+    bool bound_ = false;
+};
+
+class PlatformNotify : public ::testing::Test {
+  protected:
+    TempDir dir;
+    ScopedEnv runtime{"XDG_RUNTIME_DIR", dir.path().string()};
+};
+
+TEST_F(PlatformNotify, CallerReceivesMessageAndCode) {
+    Listener caller(dir.path().string(), ::getpid());
+    ASSERT_TRUE(caller.bound());
+    EXPECT_TRUE(WindowExists(::getpid()));
+    EXPECT_TRUE(PostWindowMessage(::getpid(), 28679, 711, 0));
+    EXPECT_EQ(caller.Receive(), "28679 711 0");
+    EXPECT_TRUE(PostWindowMessage(::getpid(), 28679, 112, 5));
+    EXPECT_EQ(caller.Receive(), "28679 112 5");
+}
+
+TEST_F(PlatformNotify, SkippedWhenNobodyListens) {
+    // No socket at all.
+    EXPECT_FALSE(WindowExists(::getpid()));
+    EXPECT_FALSE(PostWindowMessage(::getpid(), 28679, 711, 0));
+    // A socket left behind by a program that no longer reads it.
+    Listener stale(dir.path().string(), ::getpid());
+    stale.Close();
+    EXPECT_FALSE(PostWindowMessage(::getpid(), 28679, 711, 0));
+    // No handle.
+    EXPECT_FALSE(WindowExists(0));
+    EXPECT_FALSE(PostWindowMessage(0, 28679, 711, 0));
+    EXPECT_FALSE(PostWindowMessage(-1, 28679, 711, 0));
+}
+
+TEST_F(PlatformNotify, SkippedWhenTheCallerIsGone) {
+    const pid_t gone = ::fork();
+    if (gone == 0) ::_exit(0);
+    ASSERT_EQ(::waitpid(gone, nullptr, 0), gone);
+    Listener socketOfGone(dir.path().string(), gone);
+    ASSERT_TRUE(socketOfGone.bound());
+    EXPECT_FALSE(WindowExists(gone));
+    EXPECT_FALSE(PostWindowMessage(gone, 28679, 710, 0));
+    EXPECT_EQ(socketOfGone.Receive(), "");
+}
+
+} // namespace
+} // namespace kirva::platform

@@ -1,0 +1,84 @@
+// Shell commands, detached programs and file look-up without regard to case.
+#include "platform/PlatformTestSupport.h"
+#include "platform/platform.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+
+namespace kirva::platform {
+namespace {
+
+using test::ReadBytes;
+using test::TempDir;
+using test::WriteBytes;
+
+// Waits for what a started program writes into a FIFO (opening it blocks until the writer comes).
+std::string ReadFifo(const std::string& path) {
+    std::ifstream fifo(path);
+    std::string line;
+    std::getline(fifo, line);
+    return line;
+}
+
+TEST(PlatformProcess, CommandReturnsItsExitCode) {
+    TempDir dir;
+    const std::pair<std::string, int> cases[] = {
+        {"true", 0},
+        {"exit 3", 3},
+        {"kill -TERM $$", 128 + 15},
+        {"no-such-command-for-kirva 2>/dev/null", 127},
+        {"echo written > '" + (dir / "out.txt") + "'", 0},
+    };
+    for (const auto& [command, code] : cases) EXPECT_EQ(RunShellCommandAndWait(command), code) << command;
+    EXPECT_EQ(ReadBytes(dir / "out.txt"), "written\n");
+}
+
+TEST(PlatformProcess, StartedCommandRunsDetachedAndLeavesNoChild) {
+    TempDir dir;
+    ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0600), 0);
+    ASSERT_TRUE(StartShellCommand("cut -d' ' -f6 /proc/$$/stat > '" + (dir / "fifo") + "'"));
+    // Nothing is left to reap here: the program belongs to init and to a session of its own.
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+    const std::string session = ReadFifo(dir / "fifo");
+    ASSERT_FALSE(session.empty());
+    EXPECT_NE(std::stol(session), static_cast<long>(::getsid(0)));
+}
+
+TEST(PlatformProcess, ProgramStartsInItsOwnFolder) {
+    TempDir dir;
+    ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0600), 0);
+    WriteBytes(dir / "bin/Telvar.sh", "#!/bin/sh\npwd > '" + (dir / "fifo") + "'\n");
+    ::chmod((dir / "bin/Telvar.sh").c_str(), 0755);
+    ASSERT_TRUE(StartProgram(dir / "bin/Telvar.sh"));
+    EXPECT_EQ(ReadFifo(dir / "fifo"), std::filesystem::canonical(dir.path() / "bin").string());
+
+    WriteBytes(dir / "bin/plain.txt", "not a program");
+    EXPECT_FALSE(StartProgram(dir / "bin/plain.txt"));
+    EXPECT_FALSE(StartProgram(dir / "bin/missing"));
+    EXPECT_FALSE(StartProgram(""));
+}
+
+TEST(PlatformProcess, FilesAreFoundWithoutRegardToCase) {
+    TempDir dir;
+    for (const char* name : {"Telvar.exe", "Lng/FR.lng", "État.ini", "a.txt", "A.txt"})
+        WriteBytes(dir / name, "");
+    const std::string folder = dir.path().string();
+    const std::pair<std::string, std::optional<std::string>> cases[] = {
+        {"Telvar.exe", dir / "Telvar.exe"}, {"telvar.EXE", dir / "Telvar.exe"},
+        {"lng/fr.LNG", dir / "Lng/FR.lng"}, {"état.INI", dir / "État.ini"},
+        {"a.txt", dir / "a.txt"},           {"A.TXT", dir / "A.txt"}, // the first in byte order
+        {"missing.ini", std::nullopt},      {"", std::nullopt},
+    };
+    for (const auto& [name, found] : cases) EXPECT_EQ(FindFileNoCase(folder, name), found) << name;
+    EXPECT_EQ(FindFileNoCase(folder + "/", "TELVAR.exe"), dir / "Telvar.exe");
+}
+
+} // namespace
+} // namespace kirva::platform

@@ -1,0 +1,96 @@
+// Single instance, decimal separator, executable folder and command line.
+#include "platform/PlatformTestSupport.h"
+#include "platform/platform.h"
+#include "support/TempDir.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cstdio>
+#include <filesystem>
+
+namespace kirva::platform {
+namespace {
+
+using test::ScopedEnv;
+using test::TempDir;
+using test::WriteBytes;
+
+std::string Formatted(double number) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f", number);
+    return text;
+}
+
+TEST(PlatformSystem, SecondInstanceIsRefusedWhileTheFirstRuns) {
+    TempDir dir;
+    ScopedEnv runtime("XDG_RUNTIME_DIR", dir.path().string());
+    int ready[2], release[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    ASSERT_EQ(::pipe(release), 0);
+    const pid_t first = ::fork();
+    if (first == 0) {
+        // The instance that holds the lock may ask again.
+        const char held = AcquireSingleInstance() && AcquireSingleInstance() ? 'y' : 'n';
+        char done;
+        if (::write(ready[1], &held, 1) != 1 || ::read(release[0], &done, 1) != 1) ::_exit(1);
+        ::_exit(0);
+    }
+    char held = 0;
+    ASSERT_EQ(::read(ready[0], &held, 1), 1);
+    EXPECT_EQ(held, 'y');
+    EXPECT_TRUE(std::filesystem::exists(dir / "marovex/kirva.lock"));
+    EXPECT_EQ(test::RunInChild([] { return AcquireSingleInstance() ? 1 : 0; }), 0);
+    ASSERT_EQ(::write(release[1], "x", 1), 1);
+    ::waitpid(first, nullptr, 0);
+    for (int fd : {ready[0], ready[1], release[0], release[1]}) ::close(fd);
+    EXPECT_EQ(test::RunInChild([] { return AcquireSingleInstance() ? 1 : 0; }), 1); // the lock went with it
+}
+
+// A locale that writes "1,5", made in a scratch folder so that the test needs no installed one.
+TEST(PlatformSystem, DecimalSeparatorIsTheUsersAndCanBeForced) {
+    TempDir dir;
+    std::string source = "comment_char %\nescape_char /\n";
+    for (const char* category : {"LC_CTYPE", "LC_COLLATE", "LC_TIME", "LC_MONETARY", "LC_MESSAGES"})
+        source += std::string(category) + "\ncopy \"POSIX\"\nEND " + category + "\n";
+    source += "LC_NUMERIC\ndecimal_point \",\"\nthousands_sep \"\"\ngrouping -1\nEND LC_NUMERIC\n";
+    WriteBytes(dir / "comma.src", source);
+    RunShellCommandAndWait("localedef -c -i '" + (dir / "comma.src") + "' -f UTF-8 '" +
+                           (dir / "xx_XX.UTF-8") + "' >/dev/null 2>&1");
+    if (!std::filesystem::exists(dir / "xx_XX.UTF-8/LC_NUMERIC"))
+        GTEST_SKIP() << "localedef cannot make a locale";
+
+    ScopedEnv path("LOCPATH", dir.path().string());
+    ScopedEnv all("LC_ALL", "xx_XX.UTF-8");
+    EXPECT_EQ(UserDecimalSeparator(), ",");
+    ASSERT_NE(std::setlocale(LC_NUMERIC, ""), nullptr);
+    EXPECT_EQ(Formatted(1.5), "1,5");
+    EXPECT_TRUE(ForceDecimalPoint());
+    EXPECT_EQ(Formatted(1.5), "1.5");
+    EXPECT_EQ(UserDecimalSeparator(), ","); // the user's setting is still what it was
+}
+
+TEST(PlatformSystem, PointLocaleNeedsNoChange) {
+    ScopedEnv all("LC_ALL", "C");
+    EXPECT_EQ(UserDecimalSeparator(), ".");
+    EXPECT_TRUE(ForceDecimalPoint());
+}
+
+TEST(PlatformSystem, ExecutableFolderHoldsThisProgram) {
+    const std::string folder = ExecutableFolder();
+    ASSERT_FALSE(folder.empty());
+    EXPECT_NE(folder.back(), '/');
+    EXPECT_TRUE(std::filesystem::exists(folder + "/kirva_platform_tests"));
+}
+
+TEST(PlatformSystem, CommandLineIsTheArgumentsJoinedByBlanks) {
+    char program[] = "/opt/MRV/kirva";
+    char first[] = "x/MRVy";
+    char second[] = "two words";
+    char* argv[] = {program, first, second, nullptr};
+    EXPECT_EQ(CommandLine(3, argv), "x/MRVy two words");
+    EXPECT_EQ(CommandLine(1, argv), "");
+}
+
+} // namespace
+} // namespace kirva::platform

@@ -1,0 +1,130 @@
+// Dictionary translation of the texts the program shows.
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+
+#include "ini/profile.h"
+#include "support/TempDir.h"
+#include "translate/translate.h"
+
+namespace kirva {
+namespace {
+
+using test::ReadBytes;
+using test::WriteBytes;
+using TK_TRANSLATE::TranslateText;
+
+std::string Crlf(const std::string& text) {
+    std::string out;
+    for (char c : text) out += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    return out;
+}
+
+// A fresh folder; the shared dictionary points at `name` in it ("" = no dictionary).
+class TranslateTest : public ::testing::Test {
+  protected:
+    void Use(const std::string& name) {
+        ini::ClearCache();
+        TK_TRANSLATE::Shared().Init(name.empty() ? name : dir / name);
+    }
+    void TearDown() override { TK_TRANSLATE::Shared().Init(""); }
+    test::TempDir dir;
+};
+
+TEST_F(TranslateTest, WithoutDictionaryTheTextStandsAndNothingIsWritten) {
+    Use("");
+    EXPECT_EQ(TranslateText("Erreur", kDicoSection), "Erreur");
+    EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
+}
+
+TEST_F(TranslateTest, FrenchDictionaryLearnsMissingTextsInCodePage1252) {
+    WriteBytes(dir / "Lng/FR.lng", Crlf("[KIRVA]\nAjouter...=Ajouter...\n"));
+    Use("Lng/FR.lng");
+    EXPECT_EQ(TranslateText("Ajouter...", kDicoSection), "Ajouter...");
+    EXPECT_EQ(TranslateText("Erreur", kDicoSection), "Erreur");
+    EXPECT_EQ(TranslateText("Réseau", kDicoSection), "Réseau");
+    EXPECT_EQ(TranslateText("Statut : ", kDicoSection), "Statut : ");
+    EXPECT_EQ(TranslateText("Un\r\nDeux", kDicoSection), "Un\r\nDeux");
+    // Texts that a profile file cannot hold as keys are not learnt.
+    for (const char* text : {"a=b", "[SECTION]", "; note", ""})
+        EXPECT_EQ(TranslateText(text, kDicoSection), text);
+    EXPECT_EQ(ReadBytes(dir / "Lng/FR.lng"),
+              Crlf("[KIRVA]\nAjouter...=Ajouter...\nErreur=Erreur\nR\xE9seau=R\xE9seau\n"
+                   "Statut :=\"Statut : \"\nUnvbCrLfDeux=UnvbCrLfDeux\n"));
+    // What was learnt reads back as the text itself, blanks and line breaks included.
+    Use("Lng/FR.lng");
+    EXPECT_EQ(TranslateText("Statut : ", kDicoSection), "Statut : ");
+    EXPECT_EQ(TranslateText("Un\r\nDeux", kDicoSection), "Un\r\nDeux");
+}
+
+TEST_F(TranslateTest, OtherDictionariesNeverLearn) {
+    for (const char* name : {"EN.lng", "fr.lng", "FR.LNG"}) {
+        WriteBytes(dir / name, Crlf("[KIRVA]\nAjouter...=Add...\n"));
+        Use(name);
+        EXPECT_EQ(TranslateText("Erreur", kDicoSection), "Erreur") << name;
+        EXPECT_EQ(TranslateText("Ajouter...", kDicoSection), "Add...") << name;
+        EXPECT_EQ(ReadBytes(dir / name), Crlf("[KIRVA]\nAjouter...=Add...\n")) << name;
+    }
+    Use("missing folder/FR.lng"); // cannot be written: fails silently
+    EXPECT_EQ(TranslateText("Erreur", kDicoSection), "Erreur");
+}
+
+TEST_F(TranslateTest, ValuesOfAnyKind) {
+    Use("");
+    EXPECT_EQ(TranslateText("x1x|x2x|x3x|x4x", kDicoSection, 3, std::string("CN"), "txt", -12L),
+              "3|CN|txt|-12");
+    EXPECT_EQ(TranslateText("x1x", kDicoSection, 2.5), FormatValue(2.5));
+}
+
+struct TransCase {
+    const char* name;
+    std::string dictionary; // content of EN.lng, "" for no dictionary
+    std::string text;
+    std::vector<std::string> values;
+    std::string expected;
+};
+void PrintTo(const TransCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+class TransTest : public TranslateTest, public ::testing::WithParamInterface<TransCase> {};
+
+TEST_P(TransTest, Translates) {
+    const TransCase& c = GetParam();
+    if (!c.dictionary.empty()) WriteBytes(dir / "EN.lng", Crlf(c.dictionary));
+    Use(c.dictionary.empty() ? "" : "EN.lng");
+    std::vector<std::string> values{""};
+    values.insert(values.end(), c.values.begin(), c.values.end());
+    EXPECT_EQ(TK_TRANSLATE::TranslateTextV(c.text, kDicoSection, values), c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, TransTest,
+    ::testing::Values(
+        TransCase{"Placeholders", "", "Le port x1x de x2x", {"CN5", "3"}, "Le port CN5 de 3"},
+        TransCase{"EveryOccurrence", "", "x1x-x1x", {"A"}, "A-A"},
+        TransCase{"MissingValueLeavesPlaceholder", "", "x1x x2x", {"A"}, "A x2x"},
+        TransCase{"ValueHoldingNextPlaceholder", "", "x1x x2x", {"[x2x]", "B"}, "[B] B"},
+        TransCase{"TenthValue", "", "x10x x1x", {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}, "10 1"},
+        TransCase{"CaseSensitivePlaceholder", "", "X1X x1x", {"v"}, "X1X v"},
+        TransCase{"LineBreakWord", "", "Ligne 1vbCrLfLigne 2", {}, "Ligne 1\r\nLigne 2"},
+        TransCase{"LineBreakWordInDictionary",
+                  "[KIRVA]\nDeux mots=TwovbCrLfwords\n",
+                  "Deux mots",
+                  {},
+                  "Two\r\nwords"},
+        TransCase{"PlaceholdersInAnyOrder",
+                  "[KIRVA]\nDe x1x vers x2x=To x2x from x1x\n",
+                  "De x1x vers x2x",
+                  {"A", "B"},
+                  "To B from A"},
+        TransCase{"EmptyEntryKeepsFrench", "[KIRVA]\nErreur=\n", "Erreur", {}, "Erreur"},
+        TransCase{"OtherSectionIgnored", "[HARBIX]\nErreur=Error\n", "Erreur", {}, "Erreur"},
+        TransCase{"KeyComparedWithoutCase", "[kirva]\nERREUR=Error\n", "Erreur", {}, "Error"},
+        TransCase{"QuotedValueKeepsBlanks", "[KIRVA]\nStatut : =\"Status: \"\n", "Statut : ", {}, "Status: "},
+        TransCase{"MnemonicIsPartOfTheKey", "[KIRVA]\n&Ajouter=&Add\nAjouter=Add\n", "&Ajouter", {}, "&Add"}),
+    [](const ::testing::TestParamInfo<TransCase>& info) { return std::string(info.param.name); });
+
+} // namespace
+} // namespace kirva
