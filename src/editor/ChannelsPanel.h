@@ -6,17 +6,14 @@
 // "Ajouter", CmdCanaux_1 "Modifier", CmdCanaux_2 "Supprimer" (QPushButton), FraCanaux (the QGroupBox).
 #pragma once
 
-#include <QWidget>
 #include <string>
 
+#include "editor/NamedListPanel.h"
 #include "lists/clsCanaux.h"
-
-class QLineEdit;
-class QListWidget;
 
 namespace kirva {
 
-class ChannelsPanel : public QWidget {
+class ChannelsPanel : public NamedListPanel {
     Q_OBJECT
 
   public:
@@ -29,20 +26,18 @@ class ChannelsPanel : public QWidget {
     bool Save() { return list_.Save(); }
     clsCanaux& List() { return list_; }
 
-    void Refill();
-    // Shows the channel selected in LbCanaux in the fields.
-    void ShowSelected();
-    // CmdCanaux_0, CmdCanaux_1, CmdCanaux_2.
-    void AddFromFields();
-    void ModifyFromFields();
-    void DeleteFromFields();
+    // Refill, ShowSelected (the channel selected in LbCanaux) and AddFromFields, ModifyFromFields,
+    // DeleteFromFields (CmdCanaux_0, CmdCanaux_1, CmdCanaux_2) come from NamedListPanel.
 
   private:
-    void Select(const std::string& name);
+    int RecordCount() override { return list_.NbElt(); }
+    std::string NameAt(int position) override { return list_.FNGetRefCanal(position); }
+    void ShowRecord(const std::string& name) override;
+    void AddRecord() override;
+    bool ModifyRecord(const std::string& oldName) override;
+    void DeleteRecord(const std::string& name) override { list_.Delete(name); }
 
     clsCanaux list_;
-    QListWidget* lbCanaux_ = nullptr;
-    QLineEdit* txtCanaux_[4] = {};
 };
 
 } // namespace kirva

@@ -7,18 +7,14 @@
 // CmdPlan_1 "Modifier", CmdPlan_2 "Supprimer" (QPushButton), FraPlans (the QGroupBox).
 #pragma once
 
-#include <QWidget>
 #include <string>
 
+#include "editor/NamedListPanel.h"
 #include "lists/clsPlansPDC.h"
-
-class QCheckBox;
-class QLineEdit;
-class QListWidget;
 
 namespace kirva {
 
-class PlansPanel : public QWidget {
+class PlansPanel : public NamedListPanel {
     Q_OBJECT
 
   public:
@@ -31,21 +27,18 @@ class PlansPanel : public QWidget {
     bool Save() { return list_.Save(); }
     clsPlansPDC& List() { return list_; }
 
-    void Refill();
-    // Shows the plan selected in LstPlans in the fields.
-    void ShowSelected();
-    // CmdPlan_0, CmdPlan_1, CmdPlan_2.
-    void AddFromFields();
-    void ModifyFromFields();
-    void DeleteFromFields();
+    // Refill, ShowSelected (the plan selected in LstPlans) and AddFromFields, ModifyFromFields,
+    // DeleteFromFields (CmdPlan_0, CmdPlan_1, CmdPlan_2) come from NamedListPanel.
 
   private:
-    void Select(const std::string& name);
+    int RecordCount() override { return list_.NbElt(); }
+    std::string NameAt(int position) override { return list_.FNGetRefPlan(position); }
+    void ShowRecord(const std::string& name) override;
+    void AddRecord() override;
+    bool ModifyRecord(const std::string& oldName) override;
+    void DeleteRecord(const std::string& name) override { list_.DeletePlan(name); }
 
     clsPlansPDC list_;
-    QListWidget* lstPlans_ = nullptr;
-    QLineEdit* txtPlan_[5] = {};
-    QCheckBox* chkPlan_ = nullptr;
 };
 
 } // namespace kirva
