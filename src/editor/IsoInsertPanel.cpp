@@ -1,4 +1,5 @@
 #include "editor/IsoInsertPanel.h"
+#include "editor/QtText.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -19,10 +20,6 @@
 namespace kirva {
 
 namespace {
-
-QString Tr(const char* text) {
-    return QString::fromStdString(TK_TRANSLATE::TranslateText(text, kDicoSection));
-}
 
 std::optional<QString> AskWithDialog(QWidget* parent, const QString& prompt) {
     bool ok = false;

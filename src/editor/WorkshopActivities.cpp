@@ -1,4 +1,5 @@
 #include "editor/WorkshopActivities.h"
+#include "editor/QtText.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -14,10 +15,6 @@
 namespace kirva {
 
 namespace {
-
-QString Tr(const char* text) {
-    return QString::fromStdString(TK_TRANSLATE::TranslateText(text, kDicoSection));
-}
 
 enum Column { ColCode = 0, ColRef = 1, ColCar = 2 };
 

@@ -108,35 +108,44 @@ class frmKirva : public QMainWindow {
         QWidget* Row = nullptr;
     };
 
+    // ---------------------------------------------------------------- window frame (frmKirva.cpp)
     void BuildWindow();
+    void SetTitle();
+    void SetInfoTabs();
+    void OnNodeChosen(QTreeWidgetItem* item);
+
+    // ---------------------------------------------------------------- panels (frmKirvaPanels.cpp)
     QWidget* BuildPanel(int index, const char* panel, const char* text);
     void AddFieldRow(QFormLayout* form, const FieldDef& def);
     void AddGroupExtras(const QString& panel, const QString& group, QFormLayout* form);
     void AddPanelExtras(const QString& panel, QVBoxLayout* layout);
+    void AlignLabels();
+
+    // ---------------------------------------------------------------- buttons (frmKirvaCommands.cpp)
     QPushButton* CommandButton(int member);
     QPushButton* BrowseButton(const BrowseDef& def);
     QWidget* ServiceGroup();
-    void AlignLabels();
-    void FillChoiceLists();
-    void SetTitle();
-    void SetInfoTabs();
-    void HideProgramManagerFields();
-    void LoadMachineLists();
     void UpdateApplyButtons();
-    void UpdateStartConditionCompanions();
-    void OnNodeChosen(QTreeWidgetItem* item);
-    void OnGroupChosen(int index);
-    void OnModelChosen(int index);
     void RunCommand(int member);
     void ReloadIsoInsertions(const QString& path);
     QString MachineFolder() const;
-    void WatchEditingFields();
 
+    // ---------------------------------------------------------------- lists and rules (frmKirvaRules.cpp)
+    void FillChoiceLists();
+    void HideProgramManagerFields();
+    void LoadMachineLists();
+    void WatchEditingFields();
+    void UpdateStartConditionCompanions();
+    void OnGroupChosen(int index);
+    void OnModelChosen(int index);
+
+    // ---------------------------------------------------------------- the record (frmKirvaTransfer.cpp)
     QWidget* WidgetOf(const FieldDef& def) const;
     void ShowField(const FieldDef& def, const std::string& stored);
     std::string FieldValue(const FieldDef& def) const;
     QString DisplayState(const FieldDef& def) const;
 
+    // ---------------------------------------------------------------- state
     ProgramState& state_;
     ControlCatalogue catalogue_;
     VocabularyCache vocabularies_;

@@ -4,6 +4,7 @@
 // that the user left as it was gives back the very value it was shown, so that a machine shown and
 // taken back unchanged is the same record, even where a conversion is not one to one ("" and "NS"
 // both show "Rien"; a model code missing from the catalogue shows nothing).
+#include "editor/QtText.h"
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
@@ -23,10 +24,6 @@ namespace {
 
 constexpr const char* kShownState = "kirvaShownState";
 constexpr const char* kShownValue = "kirvaShownValue";
-
-QString Q(const std::string& text) {
-    return QString::fromStdString(text);
-}
 
 int NumberOf(const std::string& text) {
     const double value = RoundHalfEven(ParseLeadingNumber(text));

@@ -1,0 +1,20 @@
+// Text at the boundary between the core (UTF-8 std::string) and the window (QString).
+#pragma once
+
+#include <QString>
+#include <string>
+
+#include "translate/translate.h"
+
+namespace kirva {
+
+inline QString Q(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+// A program text translated through the dictionary (section "KIRVA").
+inline QString Tr(const char* text) {
+    return QString::fromStdString(TK_TRANSLATE::TranslateText(text, kDicoSection));
+}
+
+} // namespace kirva
