@@ -345,8 +345,7 @@ std::string FieldTooltip(const FieldDef& def, const ProgramSettings& settings) {
     case FieldStore::Caller:
         return callerPlace(def.Key);
     case FieldStore::Registry:
-        return std::string("Registre HKEY_LOCAL_MACHINE\\SOFTWARE\\MICROSOFT\\WINDOWS\\CURRENTVERSION\\RUN, "
-                           "valeur <RefMO>");
+        return std::string("HKEY_LOCAL_MACHINE\\SOFTWARE\\MICROSOFT\\WINDOWS\\CURRENTVERSION\\RUN <RefMO>");
     case FieldStore::WindowOnly:
         return telvar;
     }

@@ -1,0 +1,108 @@
+// The demo's dictionaries against the texts the program shows: the French dictionary learns
+// every text that passes through it, so a window opened on an empty FR.lng, plus the messages and
+// dialog titles of the program's tables, lists what every dictionary must hold.
+#include <gtest/gtest.h>
+
+#include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "WindowFixture.h"
+#include "app/CallerSettings.h"
+#include "app/MessageTexts.h"
+#include "editor/ActivityChannelsPanel.h"
+#include "editor/BrowseTable.h"
+#include "editor/FieldRules.h"
+#include "editor/IsoInsertPanel.h"
+#include "editor/PanelTree.h"
+#include "ini/clsIniVar.h"
+#include "ini/profile.h"
+#include "machine/TelvarFile.h"
+
+namespace kirva {
+namespace {
+
+const std::string kDemoLng = std::string(KIRVA_SOURCE_DIR) + "/examples/workshop/Kalderon/Lng/";
+const std::string kEnglish = kDemoLng + "EN.lng";
+
+// The keys of a dictionary's [KIRVA] section (the section is read whole, whatever its size).
+std::vector<std::string> DictionaryKeys(const std::string& path) {
+    const std::string lines = ini::GetProfileSection(path, kDicoSection, std::size_t{1} << 22);
+    std::vector<std::string> keys;
+    for (std::size_t start = 0; start < lines.size();) {
+        std::size_t end = lines.find('\0', start);
+        if (end == std::string::npos) end = lines.size();
+        const std::string line = lines.substr(start, end - start);
+        if (const std::size_t equals = line.find('='); equals != std::string::npos)
+            keys.push_back(line.substr(0, equals));
+        start = end + 1;
+    }
+    return keys;
+}
+
+class EditorDictionary : public ::testing::Test {
+  protected:
+    void TearDown() override { TK_TRANSLATE::Shared().Init(""); }
+    test::TempDir dir;
+};
+
+TEST_F(EditorDictionary, EnglishHoldsEveryTextTheProgramShows) {
+    const std::string french = dir / "Lng/FR.lng";
+    test::WriteBytes(french, "");
+    // The window as the program manager opens it to modify and to add a machine, and as the DNC
+    // transfer program opens it (its own captions and notes differ).
+    for (const auto& [mode, appCalling] : {std::pair{1, 2}, std::pair{1, 1}, std::pair{2, 2}}) {
+        test::WindowFixture f(mode, appCalling);
+        TK_TRANSLATE::Shared().Init(french);
+        frmKirva& w = f.Open();
+        // Texts shown on demand: prompts and messages of the list panels and of the port test.
+        w.IsoInsertions()->SetInputService([](QWidget*, const QString&) { return std::optional<QString>(); });
+        w.IsoInsertions()->AddInsertion();
+        w.IsoInsertions()->RenameSelected();
+        ActivityChannelsPanel* channels = w.AnalysisChannels();
+        for (std::size_t before = 0; before < 1000 && channels->Channels().size() == before; ++before)
+            channels->AddChannel(); // up to the limit, which is refused with a message
+        channels->DeleteSelected();
+        TestSerialPortAndTell(0);
+    }
+    // Messages and dialog titles of the program's tables.
+    for (const BrowseDef& browse : BrowseTable()) {
+        if (*browse.Title != '\0') TK_TRANSLATE::TranslateText(browse.Title, kDicoSection);
+    }
+    AllFilesFilter();
+    TK_TRANSLATE::TranslateText(CatalogueText(244), kDicoSection);
+    for (const char* text :
+         {texts::kKirvaIniMissing, texts::kDecimalPointNeeded, kKalderonIniMissing, kHarbixIniMissing,
+          kCallerFileReadFailed, kCallerFileWriteFailed, kTelvarReadFailed, kTelvarWriteFailed}) {
+        TK_TRANSLATE::TranslateText(text, kDicoSection);
+    }
+    TK_TRANSLATE::Shared().Init("");
+
+    const std::vector<std::string> shown = DictionaryKeys(french);
+    ASSERT_FALSE(FNReadIniString(french, kDicoSection, "Général", "").empty()) << "the window taught nothing";
+    // The English words, and the French dictionary that translators start from.
+    for (const char* name : {"EN.lng", "FR.lng"}) {
+        for (const std::string& key : shown) {
+            EXPECT_FALSE(FNReadIniString(kDemoLng + name, kDicoSection, key, "").empty())
+                << "missing from " << name << ": " << key;
+        }
+    }
+}
+
+TEST_F(EditorDictionary, EnglishTreeKeepsEveryNode) {
+    test::WindowFixture f;
+    TK_TRANSLATE::Shared().Init(kEnglish);
+    f.Open();
+    auto* tree = f.Find<QTreeWidget>("TvwCat");
+    int count = 0;
+    for (QTreeWidgetItemIterator it(tree); *it != nullptr; ++it) ++count;
+    // A translation that gave two nodes the same text would leave a node out of the tree.
+    EXPECT_EQ(count, static_cast<int>(TreeNodes().size()));
+    EXPECT_NE(FindTreeNode(tree, "General"), nullptr);
+}
+
+} // namespace
+} // namespace kirva
