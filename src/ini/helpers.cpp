@@ -153,7 +153,9 @@ std::int16_t ReadSectionLines(const std::string& path, const std::string& sectio
         if (!kept.empty()) lines.push_back(RemoveDoubledQuotes(kept));
         start = nul + 1;
     }
-    return static_cast<std::int16_t>(lines.size() - 1);
+    // A section of comments only keeps nothing: the array stays empty, as for a missing section.
+    if (lines.size() == 1) lines.clear();
+    return static_cast<std::int16_t>(lines.empty() ? 0 : lines.size() - 1);
 }
 
 void WriteSectionLines(const std::string& path, const std::string& section,

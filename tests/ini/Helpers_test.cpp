@@ -68,6 +68,7 @@ TEST_F(HelpersSection, ReadSectionLinesStripsComments) {
     EXPECT_EQ(ReadSectionLines(path, "S", lines), 4);
     EXPECT_EQ(lines, (std::vector<std::string>{"", "Text=l'outil", "A=it", "B=d'un l'a n'y", "C=1"}));
     EXPECT_EQ(ReadSectionLines(path, "C", lines), 0);
+    EXPECT_TRUE(lines.empty());
     EXPECT_EQ(ReadSectionLines(path, "Missing", lines), 0);
     EXPECT_TRUE(lines.empty());
 }
