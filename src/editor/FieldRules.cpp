@@ -3,6 +3,7 @@
 #include <QComboBox>
 #include <QEvent>
 #include <QFocusEvent>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPalette>
 #include <QVariant>
@@ -108,7 +109,13 @@ KeyRuleFilter::KeyRuleFilter(QObject* parent, QWidget* field, BeforeKey handler)
 
 bool KeyRuleFilter::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::KeyPress && watched == field_) {
-        if (auto* line = qobject_cast<QLineEdit*>(watched)) beforeKey_(line->text());
+        // Only a key that types a character counts (Backspace and Enter included): modifiers, arrows,
+        // Delete and the Tab that leaves the field do not move the rule on.
+        const auto* key = static_cast<QKeyEvent*>(event);
+        const bool typesCharacter = !key->text().isEmpty() && key->key() != Qt::Key_Tab &&
+                                    key->key() != Qt::Key_Backtab && key->key() != Qt::Key_Delete;
+        if (auto* line = qobject_cast<QLineEdit*>(watched); line != nullptr && typesCharacter)
+            beforeKey_(line->text());
     }
     return false;
 }

@@ -36,8 +36,9 @@ class FieldFocusWatcher : public QObject {
     Handler lostFocus_;
 };
 
-// The key rule of the reference field: each key press reports the text as it stood before the
-// key was applied, so what depends on it (the server-folder button) follows one key behind.
+// The key rule of the reference field: each key press that types a character (Backspace
+// included) reports the text as it stood before the key was applied, so what depends on it (the
+// server-folder button) follows one key behind.
 // (The insertion's shortcut box, which takes no key, is guarded by the ISO insertions panel.)
 class KeyRuleFilter : public QObject {
   public:
