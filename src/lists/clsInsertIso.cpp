@@ -1,6 +1,7 @@
 #include "lists/clsInsertIso.h"
 
 #include <cmath>
+#include <utility>
 
 #include "ini/codepage.h"
 
@@ -120,16 +121,20 @@ std::vector<std::string> clsInsertIso::RenumberByOrder() {
 
 bool clsInsertIso::Save() const {
     const std::size_t count = items_.size();
-    std::vector<std::string> lines(count);
+    std::vector<std::string> slots(count);
     std::vector<bool> used(count, false);
     for (const clsInsertIsoInfo& info : items_) {
         const std::int32_t order = info.Ordre();
         if (order < 1 || static_cast<std::size_t>(order) > count) return false;
+        // Two insertions of the same name share an order after a refill: the later one takes the line.
         const std::size_t slot = static_cast<std::size_t>(order - 1);
-        if (used[slot]) return false;
+        slots[slot] = info.FNFormatForIni();
         used[slot] = true;
-        lines[slot] = info.FNFormatForIni();
     }
+    std::vector<std::string> lines;
+    lines.reserve(count);
+    for (std::size_t i = 0; i < count; ++i)
+        if (used[i]) lines.push_back(std::move(slots[i]));
     return WriteLines(kSection, lines, false);
 }
 

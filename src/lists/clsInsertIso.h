@@ -73,9 +73,10 @@ class clsInsertIso : public clsListOf<clsInsertIsoInfo> {
     // order and renumbers the insertions 1..N as it goes. This is how the list is refilled for display.
     std::vector<std::string> RenumberByOrder();
 
-    // Writes every insertion at the line of its order as the whole section "INSERT". When the orders
-    // are not exactly 1..NbElt (an order out of range or used twice) nothing is written and false is
-    // returned; false too when the file could not be written.
+    // Writes every insertion at the line of its order as the whole section "INSERT". An order out of
+    // 1..NbElt writes nothing and gives false; false too when the file could not be written. When two
+    // insertions share an order (two of the same name after a refill) the later one in the collection
+    // takes the line, as the list shows only one of them; an order left unused gives no line.
     bool Save() const;
 
   private:

@@ -85,6 +85,17 @@ TEST_F(ListsInsertIso, DeletingTheSecondOfThreeAndRefillingLeavesTwoOrders) {
     EXPECT_EQ(ReadBytes(path), "[INSERT]\r\nA=iso:|bmp:|Rac:|\r\nC=iso:|bmp:|Rac:|\r\n");
 }
 
+TEST_F(ListsInsertIso, AnInsertionAddedTwiceIsShownAndSavedOnceWithTheOthersKept) {
+    const std::string path = dir_ / "Iso.ini";
+    clsInsertIso list;
+    list.Init(path);
+    for (const char* name : {"A", "B", "A"}) list.AddIso(name);
+    list.SetKey("A", "G0", "", "");
+    EXPECT_EQ(list.RenumberByOrder(), (std::vector<std::string>{"A", "B"}));
+    ASSERT_TRUE(list.Save());
+    EXPECT_EQ(ReadBytes(path), "[INSERT]\r\nA=iso:G0|bmp:|Rac:|\r\nB=iso:|bmp:|Rac:|\r\n");
+}
+
 TEST_F(ListsInsertIso, DeleteTakesTheCollectionPositionNotTheDisplayedOrder) {
     clsInsertIso list;
     list.Init(dir_ / "Iso.ini");
