@@ -293,10 +293,13 @@ bool NotifyCaller(int mode, int appCalling) {
 
 bool WriteCallerSettings(ProgramSettings& settings, const MachineConfig& machine,
                          const RemonteState& remonte) {
-    if (settings.Mode != kModeProgramManager && settings.Mode != kModeTransferProgram) return false;
+    // A caller this program does not know has no file to register the machine in and no window
+    // to tell; the machine's own Telvar.ini is written all the same.
     const auto number = TakeEntryNumber(settings);
     if (!number) return false;
-    if (*number > 0 && !WriteCallerEntry(settings.Mode, settings.PathAppCallingIni, *number, machine))
+    const bool knownCaller = settings.Mode == kModeProgramManager || settings.Mode == kModeTransferProgram;
+    if (knownCaller && *number > 0 &&
+        !WriteCallerEntry(settings.Mode, settings.PathAppCallingIni, *number, machine))
         return false;
     if (!Trim(machine.PathTelvar).empty() && !WriteTelvarIniTo(machine.PathTelvar, machine, remonte))
         return false;

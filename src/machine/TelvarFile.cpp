@@ -32,6 +32,9 @@ std::optional<std::string> ExistingFile(const std::string& path) {
     return platform::FindFileNoCase(folder, p.filename().string());
 }
 
+// Largest count of a numbered list that is taken as the file says without looking at its keys.
+constexpr std::int64_t kCountKeptUpTo = 1000;
+
 // Thrown inside this file only: a number that does not fit its field ends the read.
 struct OutOfRange {};
 
@@ -122,16 +125,18 @@ class Reader {
         }
     }
 
-    // A count followed by numbered keys. A negative count reads as 0; a count beyond the highest
-    // number that any of the list's keys carries in the section is limited to that number, so a
-    // damaged count cannot make the list huge.
+    // A count followed by numbered keys. The list has as many entries as the count says (entries
+    // whose keys are missing read empty). A negative count reads as 0, and a count above
+    // kCountKeptUpTo is taken for a damaged one and limited to the highest number that any of
+    // the list's keys carries in the section, so that it cannot make the list huge.
     void ReadList(const KeyDef& countDef) {
         std::vector<const KeyDef*> fields;
         for (const auto& def : KeyTable()) {
             if (def.Numbered() && std::string_view(def.Section) == countDef.Section) fields.push_back(&def);
         }
         std::int64_t count = static_cast<std::int64_t>(Narrow(countDef, TextOrDefault(countDef)));
-        count = std::clamp<std::int64_t>(count, 0, HighestNumberPresent(fields));
+        count = std::max<std::int64_t>(count, 0);
+        if (count > kCountKeptUpTo) count = std::min(count, HighestNumberPresent(fields));
         if (std::string_view(countDef.Key) == "NbActivity") {
             machine_.SetNbActivity(static_cast<std::int32_t>(count));
             for (std::int32_t n = 1; n <= machine_.NbActivity; ++n)

@@ -162,6 +162,24 @@ TEST_F(CallersTest, EntryNumberForNewAndModifiedMachines) {
     }
 }
 
+TEST_F(CallersTest, UnknownCallerStillGetsTheMachineFile) {
+    for (int appCalling : {1, 2}) {
+        ProgramSettings settings;
+        settings.Mode = 3;
+        settings.AppCalling = appCalling;
+        settings.NbDevice = 4;
+        settings.CurrentIndexMO = 2;
+        settings.PathAppCallingIni = KalderonIni();
+        machine.RefMO = "TOUR" + std::to_string(appCalling);
+        machine.PathTelvar = MachineDir();
+        std::filesystem::create_directories(MachineDir());
+        EXPECT_TRUE(WriteCallerSettings(settings, machine)) << appCalling;
+        EXPECT_EQ(Value("DNC", "RefMO"), machine.RefMO);
+        EXPECT_FALSE(std::filesystem::exists(KalderonIni()));
+    }
+    EXPECT_TRUE(messages.entries.empty());
+}
+
 TEST_F(CallersTest, NotificationCodes) {
     EXPECT_EQ(NotificationCode(1, 1), 710u);
     EXPECT_EQ(NotificationCode(1, 2), 711u);

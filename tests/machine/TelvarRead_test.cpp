@@ -135,8 +135,9 @@ struct CountCase {
 
 class MachineReadCounts : public MachineRead, public ::testing::WithParamInterface<CountCase> {};
 
-// Damaged counts neither blow the memory up nor hang: a negative count is 0, a count above the
-// highest numbered key present stops there, and at most 32 analysis channels are read.
+// The count sizes the list; damaged counts neither blow the memory up nor hang: a negative count
+// is 0, a huge one stops at the highest numbered key present, and at most 32 analysis channels
+// are read.
 TEST_P(MachineReadCounts, CountsAreBoundedByTheFile) {
     WriteTelvar(GetParam().section);
     MachineConfig m;
@@ -160,7 +161,9 @@ INSTANTIATE_TEST_SUITE_P(
         CountCase{"negative", "[WORKSHOP ACTIVITY]\r\nNbActivity=-5\r\nCodeActivity1=4\r\n", 0, 0},
         CountCase{"huge", "[WORKSHOP ACTIVITY]\r\nNbActivity=2000000000\r\nCarActivity3=x\r\n", 3, 0},
         CountCase{"gap", "[WORKSHOP ACTIVITY]\r\nNbActivity=4\r\nRefActivity1=a\r\nRefActivity4=d\r\n", 4, 0},
-        CountCase{"leading zero", "[WORKSHOP ACTIVITY]\r\nNbActivity=9\r\nRefActivity07=a\r\n", 0, 0},
+        CountCase{"beyond the keys", "[WORKSHOP ACTIVITY]\r\nNbActivity=5\r\nRefActivity1=a\r\n", 5, 0},
+        CountCase{"huge with a leading zero", "[WORKSHOP ACTIVITY]\r\nNbActivity=5000\r\nRefActivity07=a\r\n",
+                  0, 0},
         CountCase{"forty channels", ManyChannels(40), 0, 32},
         CountCase{"channels claimed", "[CANAUX_ANALYSE]\r\nNbCanalAnalyse=2000000000\r\n", 0, 0}),
     [](const auto& info) {
