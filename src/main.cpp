@@ -21,10 +21,10 @@
 
 #include "app/ProgramSettings.h"
 #include "app/Startup.h"
-#include "app/messages.h"
 #include "editor/QtMessageService.h"
 #include "editor/frmKirva.h"
 #include "platform/platform.h"
+#include "translate/messages.h"
 
 namespace {
 

@@ -53,7 +53,7 @@ class MachineBenchFolder {
         for (int a = 1; a <= 10; ++a) machine_.Activity[a] = {"Activite " + std::to_string(a), 100 + a, "A"};
         for (int c = 1; c <= 8; ++c)
             machine_.CanalAnalyse.push_back({"Canal " + std::to_string(c), std::to_string(1000 + c), "C"});
-        WriteTelvarIni(machine_);
+        WriteTelvarIni(machine_, ThisWorkstation());
 
         // The lists' sections, one line a plan or channel.
         std::string lists = "[PLANS]\r\n";
@@ -113,7 +113,7 @@ void BM_MachineWrite(benchmark::State& state) {
     std::int32_t port = 0;
     for (auto _ : state) {
         folder.Machine().PortListen = ++port % 1000; // a changed value: the file is really replaced
-        bool ok = WriteTelvarIni(folder.Machine());
+        bool ok = WriteTelvarIni(folder.Machine(), ThisWorkstation());
         benchmark::DoNotOptimize(ok);
     }
 }

@@ -13,8 +13,8 @@
 
 #include "app/ProgramSettings.h"
 #include "app/Startup.h"
-#include "app/messages.h"
 #include "editor/frmKirva.h"
+#include "translate/messages.h"
 
 namespace fs = std::filesystem;
 

@@ -7,12 +7,12 @@
 #include <variant>
 #include <vector>
 
-#include "app/messages.h"
 #include "ini/clsIniVar.h"
 #include "ini/helpers.h"
 #include "ini/profile.h"
 #include "machine/TelvarFile.h"
 #include "platform/platform.h"
+#include "translate/messages.h"
 #include "translate/translate.h"
 
 namespace kirva {
@@ -301,7 +301,8 @@ bool WriteCallerSettings(ProgramSettings& settings, const MachineConfig& machine
     if (knownCaller && *number > 0 &&
         !WriteCallerEntry(settings.Mode, settings.PathAppCallingIni, *number, machine))
         return false;
-    if (!Trim(machine.PathTelvar).empty() && !WriteTelvarIniTo(machine.PathTelvar, machine, remonte))
+    if (!Trim(machine.PathTelvar).empty() &&
+        !WriteTelvarIniTo(machine.PathTelvar, machine, ThisWorkstation(), remonte))
         return false;
     NotifyCaller(settings.Mode, settings.AppCalling);
     return true;

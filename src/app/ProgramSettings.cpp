@@ -7,9 +7,9 @@
 #include <system_error>
 
 #include "app/MessageTexts.h"
-#include "app/messages.h"
 #include "ini/clsIniVar.h"
 #include "ini/helpers.h"
+#include "translate/messages.h"
 
 namespace kirva {
 
@@ -85,6 +85,10 @@ bool ReadProgramSettings(const std::string& path, ProgramSettings& settings) {
 ProgramState& App() {
     static ProgramState state;
     return state;
+}
+
+WorkstationValues ThisWorkstation() {
+    return {App().LocalIPAddress, App().Settings.PathDirData};
 }
 
 std::string VersionText() {

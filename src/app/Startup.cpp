@@ -4,10 +4,10 @@
 #include <system_error>
 
 #include "app/MessageTexts.h"
-#include "app/messages.h"
 #include "ini/helpers.h"
 #include "platform/platform.h"
 #include "service/NetworkTest.h"
+#include "translate/messages.h"
 
 namespace kirva {
 

@@ -9,7 +9,7 @@
 #include <QSignalBlocker>
 #include <algorithm>
 
-#include "app/messages.h"
+#include "translate/messages.h"
 #include "translate/translate.h"
 
 namespace kirva {

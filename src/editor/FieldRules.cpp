@@ -9,8 +9,8 @@
 #include <QVariant>
 #include <QWidget>
 
-#include "app/messages.h"
 #include "platform/platform.h"
+#include "translate/messages.h"
 
 namespace kirva {
 

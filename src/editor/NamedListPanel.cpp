@@ -10,7 +10,7 @@
 #include <QPushButton>
 #include <QSignalBlocker>
 
-#include "app/messages.h"
+#include "translate/messages.h"
 
 namespace kirva {
 

@@ -1,7 +1,7 @@
 // The message-box service of the window: a modal box that stays above other windows.
 #pragma once
 
-#include "app/messages.h"
+#include "translate/messages.h"
 
 namespace kirva {
 

@@ -33,9 +33,9 @@ std::string FNReadIniString(const std::string& path, const std::string& section,
     return ini::GetProfileString(path, section, key, defaultValue, kValueBuffer);
 }
 
-void WriteIniString(const std::string& path, const std::string& section, const std::string& key,
+bool WriteIniString(const std::string& path, const std::string& section, const std::string& key,
                     const std::string& value) {
-    ini::WriteProfileString(path, section, key, value);
+    return ini::WriteProfileString(path, section, key, value);
 }
 
 double ParseLeadingNumber(const std::string& text) {

@@ -11,7 +11,9 @@ namespace kirva {
 // Module-level routines beneath the class.
 std::string FNReadIniString(const std::string& path, const std::string& section, const std::string& key,
                             const std::string& defaultValue);
-void WriteIniString(const std::string& path, const std::string& section, const std::string& key,
+// The result may be ignored, as the Windows call's is; false when the write did not reach the
+// file (inside an ini::BatchScope: when it was refused; the scope's Ok() also says so).
+bool WriteIniString(const std::string& path, const std::string& section, const std::string& key,
                     const std::string& value);
 
 // Leading-number rule: blanks, sign, digits, at most one ".", exponent; stops at the first other

@@ -100,7 +100,7 @@ bool WriteProfileSection(const std::string& path, const std::string& section, st
     }
 }
 
-BatchScope::BatchScope() {
+BatchScope::BatchScope() : failuresAtStart_(store::FailureCount()) {
     store::BeginBatch();
 }
 
@@ -118,11 +118,11 @@ bool BatchScope::Flush() {
     } catch (...) {
     }
     ok_ = ok_ && ok;
-    return ok;
+    return ok && Ok();
 }
 
 bool BatchScope::Ok() const {
-    return ok_;
+    return ok_ && store::FailureCount() == failuresAtStart_;
 }
 
 ReadScope::ReadScope() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,9 +38,10 @@ bool WriteProfileSection(const std::string& path, const std::string& section, st
 // While a BatchScope lives, writes to the same files stay in memory and are flushed once,
 // by one atomic replace per file, when the outermost scope ends (or Flush is called).
 // Reads see the pending writes; a BatchScope is also a ReadScope. A write inside a scope
-// returns true unless the file is unusable (a folder, unreadable); a failed flush shows in
-// Flush()/Ok(), and the edits of a file that could not be written are dropped (the file on
-// disk is unchanged).
+// returns true unless the file is unusable (a folder, unreadable, too large). Every write
+// that was refused inside the scope and every failed flush shows in Flush() and Ok(): this is
+// how a writer learns that its writes reached the disk, whatever it wrote them with. The
+// edits of a file that could not be written are dropped (the file on disk is unchanged).
 class BatchScope {
   public:
     BatchScope();
@@ -48,11 +50,12 @@ class BatchScope {
     BatchScope& operator=(const BatchScope&) = delete;
     // Flushes now; true when every pending file was written.
     bool Flush();
-    // True when every flush so far (in this scope) succeeded.
+    // True when no write inside this scope was refused and every flush so far succeeded.
     bool Ok() const;
 
   private:
     bool ok_ = true;
+    std::uint64_t failuresAtStart_ = 0;
 };
 
 // While a ReadScope (or a BatchScope) lives, each file is compared with the disk once, at its

@@ -36,6 +36,7 @@ struct Store {
     int scopeDepth = 0;
     std::uint64_t generation = 0; // one per outermost scope
     std::set<std::string> dirty;  // files with pending edits
+    std::uint64_t failures = 0;   // writes refused and flushes failed
 };
 
 Store& TheStore() {
@@ -151,6 +152,7 @@ bool Flush(Store& s, const std::string& key) {
     if (platform::ReplaceFileContents(WriteTarget(key), build, stamp) != platform::FileResult::Ok) {
         // The file is unchanged on disk; so must be what we show of it.
         s.entries.erase(found);
+        ++s.failures;
         return false;
     }
     if (rebuilt) e.doc = std::move(*rebuilt);
@@ -181,7 +183,10 @@ bool Write(const std::string& path, const Edit& edit) {
     std::lock_guard lock(s.mutex);
     const std::string key = KeyOf(s, path);
     Entry& e = Refresh(s, key);
-    if (e.state == Entry::State::Unusable) return false;
+    if (e.state == Entry::State::Unusable) {
+        ++s.failures;
+        return false;
+    }
     if (!e.doc.Apply(edit)) return true;
     e.pending.push_back(edit);
     s.dirty.insert(key);
@@ -220,6 +225,12 @@ bool FlushAll() {
     Store& s = TheStore();
     std::lock_guard lock(s.mutex);
     return FlushAllLocked(s);
+}
+
+std::uint64_t FailureCount() {
+    Store& s = TheStore();
+    std::lock_guard lock(s.mutex);
+    return s.failures;
 }
 
 void Clear() {

@@ -37,6 +37,10 @@ void BeginBatch();
 bool EndBatch(); // flushes when the outermost batch ends; true when every flush succeeded
 bool FlushAll();
 
+// How many writes were refused or flushes failed since the program started: a writer compares
+// the count before and after its writes (BatchScope does) to learn whether all reached the disk.
+std::uint64_t FailureCount();
+
 // Writes what is pending, then forgets every document.
 void Clear();
 

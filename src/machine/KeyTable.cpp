@@ -6,7 +6,6 @@
 #include <limits>
 #include <vector>
 
-#include "app/ProgramSettings.h"
 #include "ini/clsIniVar.h"
 #include "ini/helpers.h"
 

@@ -7,13 +7,12 @@
 #include <system_error>
 #include <vector>
 
-#include "app/ProgramSettings.h"
-#include "app/messages.h"
 #include "ini/clsIniVar.h"
 #include "ini/helpers.h"
 #include "ini/profile.h"
 #include "machine/KeyTable.h"
 #include "platform/platform.h"
+#include "translate/messages.h"
 
 namespace kirva {
 
@@ -189,8 +188,9 @@ class Reader {
 
 class Writer {
   public:
-    Writer(const std::string& path, const MachineConfig& machine, const RemonteState& remonte)
-        : machine_(machine), remonte_(remonte) {
+    Writer(const std::string& path, const MachineConfig& machine, const WorkstationValues& workstation,
+           const RemonteState& remonte)
+        : machine_(machine), workstation_(workstation), remonte_(remonte) {
         ini_.Init(path, "", "", "");
     }
 
@@ -200,10 +200,10 @@ class Writer {
             ini_.Section(def.Section);
             switch (def.Source) {
             case KeySource::LocalIPAddress:
-                Put(def.Key, App().LocalIPAddress);
+                Put(def.Key, workstation_.LocalIPAddress);
                 break;
             case KeySource::PathDirData:
-                Put(def.Key, App().Settings.PathDirData);
+                Put(def.Key, workstation_.PathDirData);
                 break;
             case KeySource::Count:
                 WriteList(def);
@@ -252,6 +252,7 @@ class Writer {
 
     clsIniVar ini_;
     const MachineConfig& machine_;
+    const WorkstationValues& workstation_;
     const RemonteState& remonte_;
 };
 
@@ -301,17 +302,18 @@ bool ReadTelvarIni(const std::string& path, MachineConfig& machine, RemonteState
     }
 }
 
-bool WriteTelvarIni(const MachineConfig& machine, const RemonteState& remonte) {
-    return WriteTelvarIniTo(machine.MachineDir, machine, remonte);
+bool WriteTelvarIni(const MachineConfig& machine, const WorkstationValues& workstation,
+                    const RemonteState& remonte) {
+    return WriteTelvarIniTo(machine.MachineDir, machine, workstation, remonte);
 }
 
 bool WriteTelvarIniTo(const std::string& machineDir, const MachineConfig& machine,
-                      const RemonteState& remonte) {
+                      const WorkstationValues& workstation, const RemonteState& remonte) {
     bool ok = false;
     if (!Trim(machineDir).empty()) {
         try {
             ini::BatchScope batch;
-            Writer(TelvarIniPathIn(machineDir), machine, remonte).WriteAll();
+            Writer(TelvarIniPathIn(machineDir), machine, workstation, remonte).WriteAll();
             ok = batch.Flush() && batch.Ok();
         } catch (...) {
             ok = false;

@@ -23,13 +23,21 @@ inline constexpr const char* kTelvarWriteFailed =
 // read from the Run value named after RefMO. True when everything was read.
 bool ReadTelvarIni(const std::string& path, MachineConfig& machine, RemonteState& remonte = Remonte());
 
+// What a machine file records of the workstation that writes it: "IPserver" (the address noted
+// at start-up) and "PathData" (the suite's data folder of the hand-off).
+struct WorkstationValues {
+    std::string LocalIPAddress;
+    std::string PathDirData;
+};
+
 // Writes machine and remonte to MachineDir + "Telvar.ini" in one flush (lines of the file that
 // the table does not name stay as they are), then sets, keeps or deletes the Run value. On
 // failure shows kTelvarWriteFailed followed by RefMO (warning); the file is then unchanged.
-bool WriteTelvarIni(const MachineConfig& machine, const RemonteState& remonte = Remonte());
+bool WriteTelvarIni(const MachineConfig& machine, const WorkstationValues& workstation,
+                    const RemonteState& remonte = Remonte());
 // The same, into the Telvar.ini of another folder (the Run value then names that folder's Telvar.exe).
 bool WriteTelvarIniTo(const std::string& machineDir, const MachineConfig& machine,
-                      const RemonteState& remonte = Remonte());
+                      const WorkstationValues& workstation, const RemonteState& remonte = Remonte());
 
 // A value as one line of a settings file: a line break cannot be part of a value (written as it
 // is it would start new keys or sections), so each CR, LF or CR LF becomes one blank.

@@ -15,13 +15,12 @@ namespace {
 class MachineWrite : public MachineFixture {
   protected:
     MachineWrite() {
-        App().LocalIPAddress = "192.168.1.20";
-        App().Settings.PathDirData = "/data/talm/";
         machine.MachineDir = MachineDir();
         machine.RefMO = "TOUR1";
         std::filesystem::create_directories(MachineDir());
     }
     MachineConfig machine;
+    WorkstationValues workstation{"192.168.1.20", "/data/talm/"};
 };
 
 // Gives every field of the table a value of its own, so that a round trip shows each key.
@@ -53,7 +52,7 @@ TEST_F(MachineWrite, EveryReadWriteKeyComesBack) {
     RemonteState remonte;
     FillEveryField(machine, remonte);
     machine.FileExt = ".nc";
-    ASSERT_TRUE(WriteTelvarIni(machine, remonte));
+    ASSERT_TRUE(WriteTelvarIni(machine, workstation, remonte));
     MachineConfig back;
     RemonteState backRemonte;
     ASSERT_TRUE(ReadTelvarIni(TelvarPath(), back, backRemonte));
@@ -73,7 +72,7 @@ TEST_F(MachineWrite, EveryReadWriteKeyComesBack) {
 
 TEST_F(MachineWrite, NewFileHasSectionsInOrderAndChainExeLast) {
     machine.ChainExe = "next.exe";
-    ASSERT_TRUE(WriteTelvarIni(machine));
+    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
     const std::string text = ReadBytes(TelvarPath());
     std::size_t last = 0;
     bool first = true;
@@ -99,7 +98,7 @@ TEST_F(MachineWrite, WriteOnlyKeysAndConstants) {
     machine.ModeGestionBD = 2;
     machine.CodeGroupCN = 7;
     WriteTelvar("[TEMPO]\r\nTimeOutBreak=5\r\nTimeOutVideBuffer=1\r\n");
-    ASSERT_TRUE(WriteTelvarIni(machine));
+    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
     EXPECT_EQ(Value("TEMPO", "TimeOutBreak"), "108000000");
     EXPECT_EQ(Value("TEMPO", "TimeOutVideBuffer"), "3600");
     EXPECT_EQ(Value("TELVAR", "IPserver"), "192.168.1.20");
@@ -115,7 +114,7 @@ TEST_F(MachineWrite, ReadOnlySocketStaysAsTheFileHadIt) {
     MachineConfig m;
     ASSERT_TRUE(ReadTelvarIni(TelvarPath(), m));
     m.Socket = 6;
-    ASSERT_TRUE(WriteTelvarIni(m));
+    ASSERT_TRUE(WriteTelvarIni(m, workstation));
     EXPECT_EQ(Value("TELVAR", "Socket"), "5");
     EXPECT_EQ(Value("TELVAR", "IPserver"), "192.168.1.20");
 }
@@ -129,7 +128,7 @@ class MachineWriteFileExt : public MachineWrite, public ::testing::WithParamInte
 
 TEST_P(MachineWriteFileExt, FileExtGetsItsDot) {
     machine.FileExt = GetParam().typed;
-    ASSERT_TRUE(WriteTelvarIni(machine));
+    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
     EXPECT_EQ(Value("SYNTAXE_MO", "FileExt"), GetParam().written);
 }
 
@@ -143,7 +142,7 @@ TEST_F(MachineWrite, ForeignContentSurvivesARoundTrip) {
     FillEveryField(machine, Remonte());
     // Keys that are written but never read come back from a fresh record.
     machine.PortComManager = machine.ModeGestionBD = machine.CodeGroupCN = 0;
-    ASSERT_TRUE(WriteTelvarIni(machine));
+    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
     std::string text = ReadBytes(TelvarPath());
     auto insertAfter = [&text](const std::string& marker, const std::string& lines) {
         const std::size_t at = text.find(marker);
@@ -161,14 +160,14 @@ TEST_F(MachineWrite, ForeignContentSurvivesARoundTrip) {
 
     MachineConfig m;
     ASSERT_TRUE(ReadTelvarIni(TelvarPath(), m));
-    ASSERT_TRUE(WriteTelvarIni(m));
+    ASSERT_TRUE(WriteTelvarIni(m, workstation));
     EXPECT_EQ(ReadBytes(TelvarPath()), text);
 }
 
 TEST_F(MachineWrite, LineBreaksInValuesCannotAddKeys) {
     machine.HeaderText = "Entete\r\n[DNC]\r\nRefMO=AUTRE";
     machine.EOB = "13|10\n";
-    ASSERT_TRUE(WriteTelvarIni(machine));
+    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
     MachineConfig back;
     ASSERT_TRUE(ReadTelvarIni(TelvarPath(), back));
     EXPECT_EQ(back.RefMO, "TOUR1");
@@ -179,7 +178,7 @@ TEST_F(MachineWrite, LineBreaksInValuesCannotAddKeys) {
 TEST_F(MachineWrite, CountsFollowTheHeldEntries) {
     machine.NbActivity = 1000; // no entries held: nothing to write for them
     machine.CanalAnalyse.assign(40, AnalysisChannel{"C", "1001", "c"});
-    ASSERT_TRUE(WriteTelvarIni(machine));
+    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
     EXPECT_EQ(Value("WORKSHOP ACTIVITY", "NbActivity"), "0");
     EXPECT_EQ(Value("CANAUX_ANALYSE", "NbCanalAnalyse"), "32");
     EXPECT_EQ(Value("CANAUX_ANALYSE", "RefCanal32"), "C");
@@ -194,7 +193,7 @@ TEST_F(MachineWrite, FailureNamesTheMachine) {
     for (const Case& c : {Case{""}, Case{dir / "plain-file"}, Case{dir / "no/such/folder"}}) {
         messages.entries.clear();
         machine.MachineDir = c.dir;
-        EXPECT_FALSE(WriteTelvarIni(machine)) << c.dir;
+        EXPECT_FALSE(WriteTelvarIni(machine, workstation)) << c.dir;
         ASSERT_EQ(messages.entries.size(), 1u) << c.dir;
         EXPECT_EQ(messages.entries[0].text,
                   "Problème durant l'écriture du fichier Telvar.ini de la machine TOUR1");
@@ -221,7 +220,7 @@ TEST_P(MachineWriteRun, RunValue) {
     }
     machine.StartWithWindows = c.startWithWindows;
     machine.UseComManager = c.useComManager;
-    ASSERT_TRUE(WriteTelvarIni(machine));
+    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
     const auto value = platform::RegReadString(root, kRunKeyPath, "TOUR1");
     if (c.expectMachinePath) {
         EXPECT_EQ(value, MachineDir() + "Telvar.exe");

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "app/messages.h"
 #include "support/TempDir.h"
+#include "translate/messages.h"
 
 namespace kirva::test {
 
@@ -17,7 +17,9 @@ class RecordingMessages : public MessageService {
         int icon;
         MsgButtons buttons;
     };
-    explicit RecordingMessages(MsgAnswer answer = MsgAnswer::No) : answer_(answer) { SetMessageService(this); }
+    explicit RecordingMessages(MsgAnswer answer = MsgAnswer::No) : answer_(answer) {
+        SetMessageService(this);
+    }
     ~RecordingMessages() override { SetMessageService(nullptr); }
     MsgAnswer Show(const std::string& text, int icon, MsgButtons buttons) override {
         entries.push_back({text, icon, buttons});

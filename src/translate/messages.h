@@ -11,7 +11,13 @@
 
 namespace kirva {
 
-enum MsgIcon : int { IconNone = 0, IconCritical = 16, IconQuestion = 32, IconWarning = 48, IconInformation = 64 };
+enum MsgIcon : int {
+    IconNone = 0,
+    IconCritical = 16,
+    IconQuestion = 32,
+    IconWarning = 48,
+    IconInformation = 64
+};
 enum class MsgButtons { Ok, YesNo };
 enum class MsgAnswer { Ok, Yes, No };
 
@@ -32,7 +38,9 @@ template <typename... Values>
 MsgAnswer ShowMessage(const std::string& text, int icon, MsgButtons buttons, const Values&... values) {
     return Messages().Show(TK_TRANSLATE::TranslateText(text, kDicoSection, values...), icon, buttons);
 }
-inline MsgAnswer ShowMessage(const std::string& text, int icon) { return ShowMessage(text, icon, MsgButtons::Ok); }
+inline MsgAnswer ShowMessage(const std::string& text, int icon) {
+    return ShowMessage(text, icon, MsgButtons::Ok);
+}
 
 // The suite's catalogue of numbered messages ("" for an unknown number).
 std::string CatalogueText(int number);

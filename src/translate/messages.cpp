@@ -1,4 +1,4 @@
-#include "app/messages.h"
+#include "translate/messages.h"
 
 #include <array>
 #include <cstdio>
