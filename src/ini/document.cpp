@@ -81,6 +81,9 @@ Document Document::Parse(std::string_view bytes) {
         d.arena_.assign(bytes);
     }
     d.ParseLines(0);
+    // A file that holds only its byte-order mark: the mark stands on a line of its own without a
+    // line end, so that a line end follows it before anything written into the file.
+    if (d.encoding_ != Encoding::Cp1252 && d.lines_.empty()) d.lines_.push_back(Line{});
     d.compactAt_ = 2 * d.arena_.size() + kCompactSlack;
     for (const Line& l : d.lines_) {
         if (l.end != LineEnd::None) {
@@ -129,7 +132,8 @@ void Document::Classify(Line& line) const {
     std::size_t e = n;
     while (e > b && IsBlank(s[e - 1])) --e;
     line.nameOff = line.nameLen = line.valueOff = line.valueLen = 0;
-    if (b == e) {
+    // A line of NUL bytes (and blanks) is blank too: a damaged file often holds one.
+    if (std::all_of(s + b, s + e, [](char c) { return c == '\0' || IsBlank(c); })) {
         line.kind = Kind::Blank;
         return;
     }
@@ -302,7 +306,8 @@ void Document::InsertText(std::size_t at, std::string_view text) {
 
 void Document::ReplaceLine(std::size_t at, std::string_view text) {
     const std::vector<std::string_view> pieces = SplitLines(text);
-    const LineEnd own = lines_[at].end;
+    // A replaced last line that had no line end gets one, as everything after it will need it.
+    const LineEnd own = lines_[at].end == LineEnd::None ? newLineEnd_ : lines_[at].end;
     lines_[at] = MakeLine(pieces[0], pieces.size() > 1 ? newLineEnd_ : own);
     std::vector<Line> added;
     for (std::size_t i = 1; i < pieces.size(); ++i)
@@ -343,7 +348,9 @@ bool Document::SetKey(const Edit& e) {
     }
     const std::size_t k = FindKey(h, key);
     if (k != npos) {
-        // The key keeps its line and its spelling.
+        // A key that already holds the value keeps its line byte for byte, blanks around "="
+        // included; otherwise it keeps its line's place and its spelling.
+        if (Value(lines_[k]) == value) return false;
         std::string text(Name(lines_[k]));
         text += '=';
         text += value;

@@ -118,14 +118,6 @@ Entry& Refresh(Store& s, const std::string& key) {
     return e;
 }
 
-// A symbolic link stays a link: the file it points to is the one replaced.
-std::string WriteTarget(const std::string& key) {
-    std::error_code ec;
-    if (!std::filesystem::is_symlink(key, ec)) return key;
-    const auto target = std::filesystem::canonical(key, ec);
-    return ec ? key : target.string();
-}
-
 bool Flush(Store& s, const std::string& key) {
     s.dirty.erase(key);
     const auto found = s.entries.find(key);
@@ -149,7 +141,7 @@ bool Flush(Store& s, const std::string& key) {
         bytes = written;
     };
     platform::FileStamp stamp;
-    if (platform::ReplaceFileContents(WriteTarget(key), build, stamp) != platform::FileResult::Ok) {
+    if (platform::ReplaceFileContents(key, build, stamp) != platform::FileResult::Ok) {
         // The file is unchanged on disk; so must be what we show of it.
         s.entries.erase(found);
         ++s.failures;
@@ -187,7 +179,10 @@ bool Write(const std::string& path, const Edit& edit) {
         ++s.failures;
         return false;
     }
-    if (!e.doc.Apply(edit)) return true;
+    // Deleting from a file that does not exist leaves an empty file, as the Windows calls do.
+    const bool createsEmptyFile =
+        e.state == Entry::State::Missing && (edit.kind == Edit::DeleteKey || edit.kind == Edit::DeleteSection);
+    if (!e.doc.Apply(edit) && !createsEmptyFile) return true;
     e.pending.push_back(edit);
     s.dirty.insert(key);
     if (s.batchDepth > 0) return true;

@@ -105,7 +105,11 @@ FileResult StatFile(const std::string& path, FileStamp& stamp);
 // The whole content of a regular file and the stamp of exactly what was read.
 FileResult ReadWholeFile(const std::string& path, std::string& bytes, FileStamp& stamp);
 // Replaces a file (or creates it; its folder must exist) in one atomic step: a temporary file
-// in the same folder, flushed to disk, renamed over the file, which keeps its permissions.
+// in the same folder, private to its owner until it is complete, flushed to disk and renamed
+// over the file, which keeps its permissions and, where the process may set them, its owner and
+// group. A new file is never open to other users. A symbolic link stays a link: the file it
+// points to is replaced, or created when missing; a loop of links fails. Temporary files that a
+// killed writer left beside the file are removed by the next write once they are stale.
 // While the file is held exclusively, `build` gets its current content (nullptr when it does
 // not exist) and fills `bytes`. Refused, with the file untouched: ReadOnly (no write
 // permission, or the read-only attribute), Locked (another program holds a lock on it),

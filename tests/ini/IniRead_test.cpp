@@ -90,7 +90,9 @@ INSTANTIATE_TEST_SUITE_P(
                       SectionCase{"FitsExactly", "[S]\r\nabc=1\r\nd=2\r\n", "S", 11, "abc=1\0d=2\0"s},
                       SectionCase{"CutByOne", "[S]\r\nabc=1\r\nd=2\r\n", "S", 10, "abc=1\0d="s},
                       SectionCase{"CutAtEntry", "[S]\r\nabc=1\r\nd=2\r\n", "S", 8, "abc=1\0"s},
-                      SectionCase{"TinyBuffer", "[S]\r\nabc=1\r\n", "S", 1, ""}),
+                      SectionCase{"TinyBuffer", "[S]\r\nabc=1\r\n", "S", 1, ""},
+                      SectionCase{"NulLinesAreBlank", "[S]\r\n\0\0\r\na=1\r\n \0 \0\r\n"s, "S", 100,
+                                  "a=1\0"s}),
     [](const ::testing::TestParamInfo<SectionCase>& info) { return std::string(info.param.name); });
 
 using IniReadFiles = IniFixture;

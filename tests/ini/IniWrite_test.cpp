@@ -2,6 +2,7 @@
 // not written to stays as it was.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <optional>
 
 #include "ini/IniTestSupport.h"
@@ -28,6 +29,7 @@ TEST_P(IniWrite, EditsOnlyItsLine) {
     const WriteCase& c = GetParam();
     const std::string path = c.before ? File(*c.before) : dir / "new.ini";
     EXPECT_TRUE(ini::WriteProfileString(path, c.section, c.key, c.value));
+    EXPECT_TRUE(std::filesystem::is_regular_file(path));
     EXPECT_EQ(ReadBytes(path), c.after);
 }
 
@@ -52,7 +54,20 @@ INSTANTIATE_TEST_SUITE_P(
                   std::nullopt, std::nullopt, ";c\r\n\r\n[T]\r\nb=1\r\n"},
         WriteCase{"CreatesFile", std::nullopt, "S", "k", "v", "[S]\r\nk=v\r\n"},
         WriteCase{"ValueEndsAtNul", "", "S", "k", "v\0w"s, "[S]\r\nk=v\r\n"},
-        WriteCase{"NotInCodePageIsQuestionMark", "", "S", "k", "\xC4\x80\xE2\x82\xAC", "[S]\r\nk=?\x80\r\n"}),
+        WriteCase{"NotInCodePageIsQuestionMark", "", "S", "k", "\xC4\x80\xE2\x82\xAC", "[S]\r\nk=?\x80\r\n"},
+        // A write changes only what differs: the same value leaves the line as it stands.
+        WriteCase{"SameValueKeepsTheLineAsItStands", "[S]\r\n PortListen = 5001 \r\n", "S", "portlisten",
+                  "5001", "[S]\r\n PortListen = 5001 \r\n"},
+        WriteCase{"ReplacedLastLineGetsTheFilesLineEnd", "[S]\na=1", "S", "a", "2", "[S]\na=2\n"},
+        WriteCase{"NulLineIsNoKeyLine", "[S]\r\na=1\r\n\0\0 \0\r\n"s, "S", "b", "2",
+                  "[S]\r\na=1\r\nb=2\r\n\0\0 \0\r\n"s},
+        WriteCase{"DeleteKeyOfMissingFileLeavesEmptyFile", std::nullopt, "S", "k", std::nullopt, ""},
+        WriteCase{"DeleteSectionOfMissingFileLeavesEmptyFile", std::nullopt, "S", std::nullopt, std::nullopt,
+                  ""},
+        WriteCase{"Utf16FileOfOnlyItsMark", "\xFF\xFE", "S", "k", "v",
+                  "\xFF\xFE" + Utf16("\r\n[S]\r\nk=v\r\n")},
+        WriteCase{"Utf8FileOfOnlyItsMark", "\xEF\xBB\xBF", "S", "k", "\xC3\xA9",
+                  "\xEF\xBB\xBF\r\n[S]\r\nk=\xC3\xA9\r\n"}),
     [](const ::testing::TestParamInfo<WriteCase>& info) { return std::string(info.param.name); });
 
 struct SectionWriteCase {

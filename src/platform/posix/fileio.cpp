@@ -12,7 +12,11 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <climits>
+#include <cstdio>
+#include <dirent.h>
 #include <fcntl.h>
+#include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
@@ -24,6 +28,13 @@ namespace {
 
 // How long a writer waits for another one before it reports the file as locked.
 constexpr auto kLockPatience = std::chrono::milliseconds(500);
+// How often a writer starts again because another program replaced or created the file meanwhile.
+constexpr int kMaxAttempts = 100;
+constexpr int kMaxTemporaryNames = 100;
+// Links followed to reach the file a write goes to (the system's own limit is 40).
+constexpr int kMaxLinkHops = 40;
+// Age after which a temporary file is taken for one left by a killed writer.
+constexpr auto kStaleAfter = std::chrono::minutes(1);
 
 FileStamp StampOf(const struct stat& info) {
     FileStamp stamp;
@@ -93,19 +104,124 @@ std::string FolderOf(const std::string& path) {
     return slash == 0 ? std::string("/") : path.substr(0, slash);
 }
 
-// A temporary file beside `path`, created empty and exclusively.
-int CreateTemporary(const std::string& path, std::string& temporary) {
+std::string NameOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+// The umask of the process, read without changing it where the system tells it.
+mode_t CurrentUmask() {
+    if (FILE* status = std::fopen("/proc/self/status", "re")) {
+        char line[256];
+        unsigned mask = 0;
+        bool found = false;
+        while (!found && std::fgets(line, sizeof line, status))
+            found = std::sscanf(line, "Umask: %o", &mask) == 1;
+        std::fclose(status);
+        if (found) return static_cast<mode_t>(mask);
+    }
+    const mode_t mask = ::umask(022);
+    ::umask(mask);
+    return mask;
+}
+
+// The mode of a new settings file: what the umask gives, but never readable or writable by
+// other users (a machine file holds the password of its FTP account).
+mode_t NewFileMode() {
+    return 0666 & ~CurrentUmask() & ~static_cast<mode_t>(S_IRWXO);
+}
+
+// The file a write goes to. A symbolic link stays a link: the file it points to is written, and
+// created when it does not exist yet, as writing through the link in a shell would do. Fails with
+// ELOOP on a loop or a chain of more than kMaxLinkHops links.
+bool ResolveLinks(const std::string& path, std::string& target) {
+    target = path;
+    for (int hop = 0; hop < kMaxLinkHops; ++hop) {
+        struct stat info {};
+        if (::lstat(target.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) return true;
+        std::string next(static_cast<std::size_t>(PATH_MAX), '\0');
+        const ssize_t size = ::readlink(target.c_str(), next.data(), next.size());
+        if (size < 0) return false;
+        if (static_cast<std::size_t>(size) >= next.size()) {
+            errno = ENAMETOOLONG;
+            return false;
+        }
+        next.resize(static_cast<std::size_t>(size));
+        target = next.front() == '/' ? next : FolderOf(target) + "/" + next;
+    }
+    errno = ELOOP;
+    return false;
+}
+
+} // namespace
+
+namespace posix {
+
+// Temporary files are named ".<file name>.<process id>-<counter>.tmp" beside the file, so that
+// one left by a killed writer is recognised (and removed later, see RemoveStaleTemporaries).
+bool IsTemporaryOf(std::string_view entry, std::string_view name) {
+    const std::string_view suffix = ".tmp";
+    if (entry.size() <= name.size() + 2 + suffix.size() || entry[0] != '.' ||
+        entry.substr(1, name.size()) != name || entry[1 + name.size()] != '.' ||
+        entry.substr(entry.size() - suffix.size()) != suffix)
+        return false;
+    const std::string_view tag =
+        entry.substr(name.size() + 2, entry.size() - name.size() - 2 - suffix.size());
+    const std::size_t dash = tag.find('-');
+    const auto digits = [](std::string_view text) {
+        return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+    };
+    return dash != std::string_view::npos && digits(tag.substr(0, dash)) && digits(tag.substr(dash + 1));
+}
+
+// A temporary file beside `path`, created exclusively, never through a link, readable and
+// writable by its owner only until it gets the file's final mode just before it replaces the file.
+int CreateTemporaryBeside(const std::string& path, std::string& temporary) {
     static std::atomic<unsigned> counter{0};
     const std::string folder = FolderOf(path);
-    const std::string name = path.substr(path.rfind('/') == std::string::npos ? 0 : path.rfind('/') + 1);
-    for (int attempt = 0; attempt < 100; ++attempt) {
+    const std::string name = NameOf(path);
+    for (int attempt = 0; attempt < kMaxTemporaryNames; ++attempt) {
         temporary = folder + "/." + name + "." + std::to_string(::getpid()) + "-" +
                     std::to_string(counter++) + ".tmp";
-        const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                              S_IRUSR | S_IWUSR);
         if (fd >= 0 || errno != EEXIST) return fd;
     }
     errno = EEXIST;
     return -1;
+}
+
+// Temporary files of this file that a killed writer left behind, more than kStaleAfter old.
+void RemoveStaleTemporaries(const std::string& path) {
+    DIR* folder = ::opendir(FolderOf(path).c_str());
+    if (!folder) return;
+    const std::string name = NameOf(path);
+    const auto now = std::chrono::system_clock::now();
+    while (const dirent* entry = ::readdir(folder)) {
+        if (!IsTemporaryOf(entry->d_name, name)) continue;
+        struct stat info {};
+        if (::fstatat(::dirfd(folder), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0 ||
+            !S_ISREG(info.st_mode))
+            continue;
+        const auto modified = std::chrono::system_clock::from_time_t(info.st_mtim.tv_sec);
+        if (now - modified > kStaleAfter) ::unlinkat(::dirfd(folder), entry->d_name, 0);
+    }
+    ::closedir(folder);
+}
+
+} // namespace posix
+
+namespace {
+
+// Gives the temporary file the owner, group and mode of the file it replaces (or of a new
+// file). The owner and group are kept where the process may set them: a user who may write
+// the file but does not own it still gets it replaced, owned by himself.
+bool TakeOverAttributes(int fd, const struct stat* replaced) {
+    if (replaced && (replaced->st_uid != ::geteuid() || replaced->st_gid != ::getegid())) {
+        if (::fchown(fd, replaced->st_uid, replaced->st_gid) != 0)
+            (void)!::fchown(fd, static_cast<uid_t>(-1), replaced->st_gid);
+    }
+    return ::fchmod(fd, replaced ? replaced->st_mode & 07777 : NewFileMode()) == 0;
 }
 
 void SyncFolder(const std::string& path) {
@@ -151,13 +267,29 @@ FileResult ReadWholeFile(const std::string& path, std::string& bytes, FileStamp&
     }
 }
 
+namespace {
+
+// Waits for both locks on an open file, kLockPatience at most. Locked when another holder kept it.
+FileResult LockWithPatience(int fd) {
+    const auto giveUp = std::chrono::steady_clock::now() + kLockPatience;
+    while (!TryLock(fd)) {
+        if (errno != EWOULDBLOCK && errno != EAGAIN && errno != EACCES) return FileResult::Failed;
+        if (std::chrono::steady_clock::now() > giveUp) return FileResult::Locked;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return FileResult::Ok;
+}
+
+} // namespace
+
 FileResult
-ReplaceFileContents(const std::string& path,
+ReplaceFileContents(const std::string& given,
                     const std::function<void(const std::string* current, std::string& bytes)>& build,
                     FileStamp& stamp) {
     try {
-        const auto giveUp = std::chrono::steady_clock::now() + kLockPatience;
-        for (;;) {
+        for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+            std::string path;
+            if (!ResolveLinks(given, path)) return FileResult::Failed;
             struct stat info {};
             const bool exists = ::stat(path.c_str(), &info) == 0;
             if (!exists && errno != ENOENT) return FileResult::Failed;
@@ -167,17 +299,13 @@ ReplaceFileContents(const std::string& path,
                 if (!S_ISREG(info.st_mode)) return FileResult::NotAFile;
                 // No write permission for anyone is the read-only attribute (root included).
                 if ((info.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) return FileResult::ReadOnly;
-                file.Reset(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK));
+                file.Reset(::open(path.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
                 if (file.get() < 0) {
-                    if (errno == ENOENT) continue; // replaced meanwhile
+                    if (errno == ENOENT || errno == ELOOP) continue; // replaced meanwhile
                     return IsPermissionError(errno) ? FileResult::ReadOnly : FileResult::Failed;
                 }
-                if (!TryLock(file.get())) {
-                    if (errno != EWOULDBLOCK && errno != EAGAIN && errno != EACCES) return FileResult::Failed;
-                    if (std::chrono::steady_clock::now() > giveUp) return FileResult::Locked;
-                    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-                    continue;
-                }
+                if (const FileResult locked = LockWithPatience(file.get()); locked != FileResult::Ok)
+                    return locked;
                 struct stat locked {};
                 struct stat named {};
                 if (::fstat(file.get(), &locked) != 0) return FileResult::Failed;
@@ -192,16 +320,10 @@ ReplaceFileContents(const std::string& path,
             build(exists ? &current : nullptr, bytes);
 
             std::string temporary;
-            const Descriptor out(CreateTemporary(path, temporary));
+            const Descriptor out(posix::CreateTemporaryBeside(path, temporary));
             if (out.get() < 0) return IsPermissionError(errno) ? FileResult::ReadOnly : FileResult::Failed;
-            bool ok = WriteAll(out.get(), bytes);
-            if (ok && exists) {
-                // The file keeps its permissions and, where we may, its owner.
-                ok = ::fchmod(out.get(), info.st_mode & 07777) == 0;
-                if (ok && (info.st_uid != ::geteuid() || info.st_gid != ::getegid()))
-                    (void)!::fchown(out.get(), info.st_uid, info.st_gid);
-            }
-            ok = ok && ::fsync(out.get()) == 0;
+            bool ok = WriteAll(out.get(), bytes) && TakeOverAttributes(out.get(), exists ? &info : nullptr) &&
+                      ::fsync(out.get()) == 0;
             bool raced = false;
             if (ok && exists) {
                 ok = ::rename(temporary.c_str(), path.c_str()) == 0;
@@ -224,8 +346,11 @@ ReplaceFileContents(const std::string& path,
             struct stat written {};
             if (::fstat(out.get(), &written) != 0) return FileResult::Failed;
             stamp = StampOf(written);
+            posix::RemoveStaleTemporaries(path);
             return FileResult::Ok;
         }
+        // Other programs kept replacing or creating the file: give up rather than loop on.
+        return FileResult::Locked;
     } catch (const std::exception&) {
         return FileResult::Failed;
     }

@@ -33,6 +33,15 @@ std::string NotificationSocketPath(std::int64_t handle);
 // $KIRVA_REGISTRY, or ${XDG_CONFIG_HOME:-~/.config}/marovex/registry.ini.
 std::string RegistryFilePath();
 
+// ------------------------------------------------------------------ files
+// A temporary file beside `path` (".<name>.<pid>-<counter>.tmp"), created exclusively, never
+// through a link, with mode 0600. Returns the descriptor (-1 with errno) and its path.
+int CreateTemporaryBeside(const std::string& path, std::string& temporary);
+// Whether a folder entry is a temporary file of the file named `name`.
+bool IsTemporaryOf(std::string_view entry, std::string_view name);
+// Removes the temporary files of `path` that are older than a minute (left by a killed writer).
+void RemoveStaleTemporaries(const std::string& path);
+
 // ------------------------------------------------------------------ ICMP echo
 // Windows ICMP status codes used by the echo.
 enum : std::uint32_t {
