@@ -117,7 +117,9 @@ TEST_P(PlatformFileLinks, WriteGoesWhereTheLinkPointsAndReturnsAtOnce) {
     FileStamp stamp;
     EXPECT_EQ(ReplaceFileContents(dir / "Telvar.ini", kAppend("[RESEAU]\r\n"), stamp), c.result);
     EXPECT_TRUE(std::filesystem::is_symlink(dir.path() / "Telvar.ini"));
-    if (c.written) EXPECT_EQ(ReadBytes(dir / c.written), "[RESEAU]\r\n");
+    if (c.written) {
+        EXPECT_EQ(ReadBytes(dir / c.written), "[RESEAU]\r\n");
+    }
     EXPECT_EQ(Temporaries(dir), std::vector<std::string>{});
 }
 

@@ -48,6 +48,10 @@ FileStamp StampOf(const struct stat& info) {
 
 bool ReadAll(int fd, std::string& bytes) {
     bytes.clear();
+    // One allocation for what the file holds now; a file that grows meanwhile still reads whole.
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && info.st_size > 0)
+        bytes.reserve(static_cast<std::size_t>(info.st_size) + 1);
     char buffer[65536];
     for (;;) {
         const ssize_t got = ::read(fd, buffer, sizeof buffer);
@@ -68,22 +72,6 @@ bool WriteAll(int fd, const std::string& bytes) {
     }
     return true;
 }
-
-class Descriptor {
-  public:
-    explicit Descriptor(int fd = -1) : fd_(fd) {}
-    ~Descriptor() { Reset(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd_; }
-    void Reset(int fd = -1) {
-        if (fd_ >= 0) ::close(fd_);
-        fd_ = fd;
-    }
-
-  private:
-    int fd_;
-};
 
 // Takes both kinds of lock without waiting. False when another holder has one.
 bool TryLock(int fd) {
@@ -131,9 +119,17 @@ mode_t NewFileMode() {
     return 0666 & ~CurrentUmask() & ~static_cast<mode_t>(S_IRWXO);
 }
 
-// The file a write goes to. A symbolic link stays a link: the file it points to is written, and
-// created when it does not exist yet, as writing through the link in a shell would do. Fails with
-// ELOOP on a loop or a chain of more than kMaxLinkHops links.
+} // namespace
+
+namespace posix {
+
+void Descriptor::Reset(int fd) {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = fd;
+}
+
+// A link whose target is missing means the file is created where the link points, as writing
+// through the link in a shell would do.
 bool ResolveLinks(const std::string& path, std::string& target) {
     target = path;
     for (int hop = 0; hop < kMaxLinkHops; ++hop) {
@@ -152,10 +148,6 @@ bool ResolveLinks(const std::string& path, std::string& target) {
     errno = ELOOP;
     return false;
 }
-
-} // namespace
-
-namespace posix {
 
 // Temporary files are named ".<file name>.<process id>-<counter>.tmp" beside the file, so that
 // one left by a killed writer is recognised (and removed later, see RemoveStaleTemporaries).
@@ -247,7 +239,7 @@ FileResult ReadWholeFile(const std::string& path, std::string& bytes, FileStamp&
         // Read again when the file changed while it was being read, so that the stamp belongs
         // to exactly these bytes.
         for (int attempt = 0; attempt < 5; ++attempt) {
-            const Descriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+            const posix::Descriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
             if (fd.get() < 0)
                 return (errno == ENOENT || errno == ENOTDIR) ? FileResult::Missing : FileResult::Failed;
             struct stat before {};
@@ -289,11 +281,11 @@ ReplaceFileContents(const std::string& given,
     try {
         for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
             std::string path;
-            if (!ResolveLinks(given, path)) return FileResult::Failed;
+            if (!posix::ResolveLinks(given, path)) return FileResult::Failed;
             struct stat info {};
             const bool exists = ::stat(path.c_str(), &info) == 0;
             if (!exists && errno != ENOENT) return FileResult::Failed;
-            Descriptor file;
+            posix::Descriptor file;
             std::string current;
             if (exists) {
                 if (!S_ISREG(info.st_mode)) return FileResult::NotAFile;
@@ -320,7 +312,7 @@ ReplaceFileContents(const std::string& given,
             build(exists ? &current : nullptr, bytes);
 
             std::string temporary;
-            const Descriptor out(posix::CreateTemporaryBeside(path, temporary));
+            const posix::Descriptor out(posix::CreateTemporaryBeside(path, temporary));
             if (out.get() < 0) return IsPermissionError(errno) ? FileResult::ReadOnly : FileResult::Failed;
             bool ok = WriteAll(out.get(), bytes) && TakeOverAttributes(out.get(), exists ? &info : nullptr) &&
                       ::fsync(out.get()) == 0;

@@ -5,6 +5,8 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
+#include <string_view>
+
 namespace kirva::platform {
 
 namespace {
@@ -14,9 +16,18 @@ std::string Join(const std::string& folder, const std::string& name) {
     return folder.back() == '/' ? folder + name : folder + "/" + name;
 }
 
-// The entry of `folder` whose name equals `name` without regard to case; the first in byte
-// order when several do, so that the answer does not depend on the order of the directory.
-std::optional<std::string> MatchInFolder(const std::string& folder, const std::string& name) {
+// Whether path is (after links) a folder, or a regular file. Only the type is looked at: nothing
+// is opened, so that a FIFO cannot block.
+bool HasType(const std::string& path, bool folder) {
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0) return false;
+    return folder ? S_ISDIR(info.st_mode) : S_ISREG(info.st_mode);
+}
+
+// The entry of `folder` of the wanted type whose name equals `name` without regard to case; the
+// first in byte order when several do, so that the answer does not depend on the order of the directory.
+std::optional<std::string> MatchInFolder(const std::string& folder, const std::string& name,
+                                         bool wantFolder) {
     DIR* directory = ::opendir(folder.empty() ? "." : folder.c_str());
     if (directory == nullptr) return std::nullopt;
     const std::string wanted = posix::FoldCase(name);
@@ -24,10 +35,24 @@ std::optional<std::string> MatchInFolder(const std::string& folder, const std::s
     while (const dirent* entry = ::readdir(directory)) {
         const std::string candidate = entry->d_name;
         if (candidate == "." || candidate == "..") continue;
-        if (posix::FoldCase(candidate) == wanted && (!best || candidate < *best)) best = candidate;
+        if (posix::FoldCase(candidate) == wanted && (!best || candidate < *best) &&
+            HasType(Join(folder, candidate), wantFolder))
+            best = candidate;
     }
     ::closedir(directory);
     return best;
+}
+
+// Whether name holds, from index `from` on, another part than "" and ".".
+bool MorePartsAfter(const std::string& name, std::size_t from) {
+    while (from < name.size()) {
+        std::size_t end = name.find('/', from);
+        if (end == std::string::npos) end = name.size();
+        const std::string_view part = std::string_view(name).substr(from, end - from);
+        if (!part.empty() && part != ".") return true;
+        from = end + 1;
+    }
+    return false;
 }
 
 } // namespace
@@ -45,12 +70,14 @@ std::optional<std::string> FindFileNoCase(const std::string& folder, const std::
             start = end + 1;
             if (part.empty() || part == ".") continue;
             any = true;
-            struct stat info {};
-            if (::lstat(Join(current, part).c_str(), &info) == 0) {
+            // Every part but the last is a folder; the last is a regular file (a folder, a device
+            // or a FIFO of that name is not the file looked for).
+            const bool wantFolder = MorePartsAfter(name, start);
+            if (HasType(Join(current, part), wantFolder)) {
                 current = Join(current, part);
                 continue;
             }
-            const auto match = MatchInFolder(current, part);
+            const auto match = MatchInFolder(current, part, wantFolder);
             if (!match) return std::nullopt;
             current = Join(current, *match);
         }

@@ -127,20 +127,6 @@ std::uint32_t ReadErrorQueue(int fd, std::uint16_t sequence, std::string& text) 
     return 0;
 }
 
-class Descriptor {
-  public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd_; }
-
-  private:
-    int fd_;
-};
-
 } // namespace
 
 std::uint32_t IcmpStatusForErrno(int err) {

@@ -34,6 +34,30 @@ std::string NotificationSocketPath(std::int64_t handle);
 std::string RegistryFilePath();
 
 // ------------------------------------------------------------------ files
+// A file descriptor closed when the object goes.
+class Descriptor {
+  public:
+    explicit Descriptor(int fd = -1) : fd_(fd) {}
+    ~Descriptor() { Reset(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return fd_; }
+    void Reset(int fd = -1);
+    // Gives the descriptor up without closing it.
+    int Release() {
+        const int fd = fd_;
+        fd_ = -1;
+        return fd;
+    }
+
+  private:
+    int fd_;
+};
+
+// The file that a path names once symbolic links are followed: a link stays a link, and the file
+// it points to is the one written, even when it does not exist yet. False (errno ELOOP) on a loop
+// or a chain of more than 40 links.
+bool ResolveLinks(const std::string& path, std::string& target);
 // A temporary file beside `path` (".<name>.<pid>-<counter>.tmp"), created exclusively, never
 // through a link, with mode 0600. Returns the descriptor (-1 with errno) and its path.
 int CreateTemporaryBeside(const std::string& path, std::string& temporary);

@@ -9,8 +9,11 @@
 // One section per key, spelled with its root; one line per value. Strings stand as plain text
 // unless they could be mistaken for a tagged value (then str:"..."). Key paths and value names
 // compare without regard to case. Lines this code does not change (comments, other keys) stay.
-// Writers take an advisory lock on "<file>.lock", read the file afresh, apply their one change
-// and replace the file atomically, so two programs writing at once lose nothing.
+//
+// Each process keeps the file parsed between calls and parses it again only when its stamp
+// changed. Writers take an advisory lock on "<file>.lock", apply their one change to the file as
+// it stands and replace it through ReplaceFileContents (a private temporary file, flushed and
+// renamed over the file), so two programs writing at once lose nothing.
 #include "platform/platform.h"
 #include "platform/posix/internal.h"
 
@@ -20,10 +23,14 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
+#include <mutex>
+#include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <unordered_map>
+#include <utility>
 
 namespace kirva::platform {
 
@@ -258,14 +265,15 @@ std::string EncodeName(const std::string& name) {
 // ------------------------------------------------------------------ lines
 struct ParsedLine {
     enum { Other, Header, Entry } kind = Other;
-    std::string key;  // Header: folded, normalized key path with its root
-    std::string name; // Entry: value name as written
-    std::string data; // Entry: text after "=", trimmed
+    std::string key;       // Header: folded, normalized key path with its root
+    std::string name;      // Entry: value name as written
+    std::string_view data; // Entry: text after "=", trimmed (a view into the line)
 };
 
+// One line of the file, without its line end. The byte-order mark at the start of the file is
+// removed before its first line gets here: EF BB BF anywhere else belongs to the line.
 ParsedLine ParseLine(std::string_view line) {
     ParsedLine parsed;
-    if (line.substr(0, 3) == "\xEF\xBB\xBF") line.remove_prefix(3);
     line = TrimBlanks(line);
     if (line.empty() || line[0] == ';' || line[0] == '#') return parsed;
     if (line[0] == '[') {
@@ -291,154 +299,345 @@ ParsedLine ParseLine(std::string_view line) {
         if (parsed.name == "@") parsed.name.clear();
     }
     parsed.kind = ParsedLine::Entry;
-    parsed.data = std::string(TrimBlanks(line.substr(equals + 1)));
+    parsed.data = TrimBlanks(line.substr(equals + 1));
     return parsed;
 }
 
-// Where a key and one of its values stand in the file.
-struct Location {
-    std::ptrdiff_t header = -1;    // the key's header line, -1 when the key is missing
-    std::ptrdiff_t value = -1;     // the value's line, -1 when missing
-    std::ptrdiff_t lastEntry = -1; // last value line of the key (or its header)
+// ------------------------------------------------------------------ the parsed file
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+// The registry of the suite holds a few keys, some kilobytes. Files beyond this are refused:
+// reads find nothing in them and writes fail, with the file left as it is. The limit is far
+// above any real registry, yet bounds what each process of the suite keeps of the file between
+// calls (its parsed copy takes a few times the file's size in memory) and the time one parse
+// takes (about a second at the limit on a small office computer).
+constexpr std::uint64_t kMaxRegistrySize = 64u << 20;
+
+// A key's lines: its header line and those that follow it up to the next header. Block 0
+// holds the lines before the first header. The values of a key are indexed when the key is
+// first looked into, so that reading a file costs little more than finding its headers.
+struct Block {
+    Lines lines;
+    bool indexed = false;
+    std::unordered_map<std::string, std::size_t> values; // folded value name -> its first line
+    std::size_t lastEntry = 0;                           // last value line, or the header
 };
 
-Location Locate(const Lines& lines, const std::string& sectionKey, const std::string& name) {
-    Location where;
-    const std::string foldedName = FoldCase(name);
-    bool inside = false;
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        const ParsedLine parsed = ParseLine(lines[i]);
-        if (parsed.kind == ParsedLine::Header) {
-            if (where.header >= 0) break; // the key ended
-            inside = parsed.key == sectionKey;
-            if (inside) where.header = where.lastEntry = static_cast<std::ptrdiff_t>(i);
-        } else if (inside && parsed.kind == ParsedLine::Entry) {
-            where.lastEntry = static_cast<std::ptrdiff_t>(i);
-            if (where.value < 0 && FoldCase(parsed.name) == foldedName)
-                where.value = static_cast<std::ptrdiff_t>(i);
-        }
-    }
-    return where;
-}
+// The file as lines grouped by key, with an index of keys. Only the first block of a key
+// counts: values under a repeated header are kept but never found.
+struct Document {
+    std::vector<Block> blocks = std::vector<Block>(1);
+    std::unordered_map<std::string, std::size_t> keys; // folded key path with its root -> block
 
-// Reads the file's lines; a missing file is an empty registry. False when it cannot be read.
-bool ReadLines(const std::string& path, Lines& lines) {
-    lines.clear();
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return errno == ENOENT || errno == ENOTDIR;
-    std::string content;
-    char buffer[8192];
-    for (;;) {
-        const ssize_t got = ::read(fd, buffer, sizeof buffer);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) {
-            ::close(fd);
-            return false;
+    void AddLine(std::string line, const ParsedLine& parsed) {
+        if (parsed.kind == ParsedLine::Header) {
+            keys.emplace(parsed.key, blocks.size());
+            blocks.emplace_back();
         }
-        if (got == 0) break;
-        content.append(buffer, static_cast<std::size_t>(got));
+        blocks.back().lines.push_back(std::move(line));
     }
-    ::close(fd);
+};
+
+// Lines end at LF; a CR before it belongs to the line end. Only lines that start with "[" can
+// be headers; the others are left for the index of their key.
+Document Parse(std::string_view content) {
+    Document document;
+    const ParsedLine other;
+    bool first = true;
     std::size_t start = 0;
     while (start < content.size()) {
         std::size_t end = content.find('\n', start);
-        if (end == std::string::npos) end = content.size();
-        std::string line = content.substr(start, end - start);
-        if (!line.empty() && line.back() == '\r') line.pop_back();
-        lines.push_back(std::move(line));
+        if (end == std::string_view::npos) end = content.size();
+        std::string_view line = content.substr(start, end - start);
+        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+        std::string_view text = line;
+        if (first && text.substr(0, kByteOrderMark.size()) == kByteOrderMark)
+            text.remove_prefix(kByteOrderMark.size());
+        first = false;
+        const std::string_view trimmed = TrimBlanks(text);
+        document.AddLine(std::string(line), !trimmed.empty() && trimmed[0] == '[' ? ParseLine(text) : other);
         start = end + 1;
     }
+    return document;
+}
+
+std::size_t SerializedSize(const Document& document) {
+    std::size_t size = 0;
+    for (const Block& block : document.blocks)
+        for (const std::string& line : block.lines) size += line.size() + 1;
+    return size;
+}
+
+// Each line ends with LF.
+std::string Serialize(const Document& document) {
+    std::string content;
+    content.reserve(SerializedSize(document));
+    for (const Block& block : document.blocks)
+        for (const std::string& line : block.lines) {
+            content += line;
+            content += '\n';
+        }
+    return content;
+}
+
+// Indexes the values of a key's block (again, after a line was removed). Its first line is the
+// header, never a value.
+void IndexValues(Block& block) {
+    block.values.clear();
+    block.lastEntry = 0;
+    for (std::size_t i = 1; i < block.lines.size(); ++i) {
+        const ParsedLine parsed = ParseLine(block.lines[i]);
+        if (parsed.kind != ParsedLine::Entry) continue;
+        block.lastEntry = i;
+        block.values.emplace(FoldCase(parsed.name), i);
+    }
+    block.indexed = true;
+}
+
+// The block of a key with its values indexed, or nullptr.
+Block* FindKey(Document& document, const std::string& sectionKey) {
+    const auto key = document.keys.find(sectionKey);
+    if (key == document.keys.end()) return nullptr;
+    Block& block = document.blocks[key->second];
+    if (!block.indexed) IndexValues(block);
+    return &block;
+}
+
+// The line of a value, or nullptr.
+const std::string* FindValue(Document& document, const std::string& sectionKey, const std::string& name) {
+    Block* block = FindKey(document, sectionKey);
+    if (block == nullptr) return nullptr;
+    const auto value = block->values.find(FoldCase(name));
+    return value == block->values.end() ? nullptr : &block->lines[value->second];
+}
+
+// Puts the value's line in place: over its current line, after the key's last value, or in a
+// new key at the end of the file. False when the file already says exactly this.
+bool SetValue(Document& document, RegRoot root, const std::string& keyPath, const std::string& name,
+              const std::string& line) {
+    const std::string foldedName = FoldCase(name);
+    if (Block* block = FindKey(document, SectionKey(root, keyPath))) {
+        const auto value = block->values.find(foldedName);
+        if (value != block->values.end()) {
+            std::string& current = block->lines[value->second];
+            if (current == line) return false;
+            current = line;
+            return true;
+        }
+        // Only lines that are not values (comments, blanks) follow the last value: none of
+        // the indexed lines moves.
+        const std::size_t at = block->lastEntry + 1;
+        block->lines.insert(block->lines.begin() + static_cast<std::ptrdiff_t>(at), line);
+        block->values.emplace(foldedName, at);
+        block->lastEntry = at;
+        return true;
+    }
+    Block& last = document.blocks.back();
+    if (!last.lines.empty() && !TrimBlanks(last.lines.back()).empty()) last.lines.emplace_back();
+    const std::string path = NormalizeKeyPath(keyPath);
+    std::string header = "[" + std::string(RootName(root)) + (path.empty() ? "" : "\\" + path) + "]";
+    const ParsedLine parsedHeader = ParseLine(header);
+    document.AddLine(std::move(header), parsedHeader);
+    document.AddLine(line, ParsedLine());
+    return true;
+}
+
+// False when the value is not there.
+bool DeleteValue(Document& document, RegRoot root, const std::string& keyPath, const std::string& name) {
+    Block* block = FindKey(document, SectionKey(root, keyPath));
+    if (block == nullptr) return false;
+    const auto value = block->values.find(FoldCase(name));
+    if (value == block->values.end()) return false;
+    block->lines.erase(block->lines.begin() + static_cast<std::ptrdiff_t>(value->second));
+    IndexValues(*block); // a later value of the same name, if any, is now the one found
+    return true;
+}
+
+// ------------------------------------------------------------------ the copy kept between calls
+// The registry file as last read or written by this process, and the stamp of that version.
+// Each call compares the file's stamp with it (one stat) and parses the file again only when
+// another program changed it.
+struct Cache {
+    std::mutex mutex;
+    bool valid = false;
+    std::string path;    // the registry path it belongs to
+    bool exists = false; // false: the file was missing (an empty registry)
+    FileStamp stamp;
+    Document document;
+
+    void Forget() {
+        valid = false;
+        document = Document();
+    }
+};
+
+Cache& TheCache() {
+    static Cache cache;
+    return cache;
+}
+
+// Brings the cache up to date with the file at `path`. False when the file cannot be read:
+// not a regular file, no access, or larger than kMaxRegistrySize.
+bool Load(Cache& cache, const std::string& path) {
+    FileStamp now;
+    FileResult state = StatFile(path, now);
+    if (state == FileResult::Ok && now.Size > kMaxRegistrySize) state = FileResult::Failed;
+    if (state == FileResult::Ok && cache.valid && cache.exists && cache.path == path && cache.stamp == now)
+        return true;
+    std::string bytes;
+    if (state == FileResult::Ok) {
+        cache.Forget();
+        state = ReadWholeFile(path, bytes, now);
+        if (state == FileResult::Ok && bytes.size() > kMaxRegistrySize) state = FileResult::Failed;
+    }
+    if (state == FileResult::Missing) {
+        if (!cache.valid || cache.exists || cache.path != path) cache.document = Document();
+        cache.valid = true;
+        cache.path = path;
+        cache.exists = false;
+        cache.stamp = FileStamp();
+        return true;
+    }
+    if (state != FileResult::Ok) {
+        cache.Forget();
+        return false;
+    }
+    cache.document = Parse(bytes);
+    cache.valid = true;
+    cache.path = path;
+    cache.exists = true;
+    cache.stamp = now;
     return true;
 }
 
 std::optional<Value> ReadValue(RegRoot root, const std::string& keyPath, const std::string& name) {
     try {
-        Lines lines;
-        if (!ReadLines(posix::RegistryFilePath(), lines)) return std::nullopt;
-        const Location where = Locate(lines, SectionKey(root, keyPath), name);
-        if (where.value < 0) return std::nullopt;
-        return DecodeData(ParseLine(lines[static_cast<std::size_t>(where.value)]).data);
+        Cache& cache = TheCache();
+        const std::lock_guard<std::mutex> guard(cache.mutex);
+        if (!Load(cache, posix::RegistryFilePath())) return std::nullopt;
+        const std::string* line = FindValue(cache.document, SectionKey(root, keyPath), name);
+        if (line == nullptr) return std::nullopt;
+        return DecodeData(ParseLine(*line).data);
     } catch (const std::exception&) {
         return std::nullopt;
     }
 }
 
-bool WriteAll(int fd, const std::string& text) {
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t put = ::write(fd, text.data() + done, text.size() - done);
-        if (put < 0 && errno == EINTR) continue;
-        if (put <= 0) return false;
-        done += static_cast<std::size_t>(put);
+// ------------------------------------------------------------------ writing
+
+// How long a writer waits for another one to finish.
+constexpr auto kWritersPatience = std::chrono::seconds(5);
+// Opens the writers' lock file, never through a link. A new lock file gets the registry file's
+// own mode and, where the process may set it, its group, so that every user who may write the
+// registry may take the lock; without a registry file it gets the usual mode for the umask.
+int OpenLockFile(const std::string& lockPath, const struct stat* registry) {
+    constexpr int kFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        int fd = ::open(lockPath.c_str(), O_RDWR | kFlags);
+        if (fd < 0 && (errno == EACCES || errno == EROFS))
+            fd = ::open(lockPath.c_str(), O_RDONLY | kFlags); // flock needs no write access
+        if (fd >= 0 || errno != ENOENT) return fd;
+        const mode_t mode = registry != nullptr ? (registry->st_mode & 0666) : 0666;
+        fd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_EXCL | kFlags, mode);
+        if (fd >= 0) {
+            if (registry != nullptr) {
+                if (registry->st_gid != ::getegid())
+                    (void)!::fchown(fd, static_cast<uid_t>(-1), registry->st_gid);
+                (void)!::fchmod(fd, mode); // the umask took bits away at creation
+            }
+            return fd;
+        }
+        if (errno != EEXIST) return -1; // EEXIST: another writer created it meanwhile
     }
-    return true;
+    return -1;
 }
 
-// Takes the writers' lock, waiting a few seconds at most for another writer to finish.
-int LockWriters(const std::string& lockPath) {
-    const int fd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (fd < 0) return -1;
-    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > giveUp) {
-            ::close(fd);
-            return -1;
-        }
+// Takes the writers' lock, waiting kWritersPatience at most for another writer to finish.
+int LockWriters(const std::string& lockPath, const struct stat* registry) {
+    posix::Descriptor fd(OpenLockFile(lockPath, registry));
+    struct stat info {};
+    if (fd.get() < 0 || ::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return -1;
+    const auto giveUp = std::chrono::steady_clock::now() + kWritersPatience;
+    while (::flock(fd.get(), LOCK_EX | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > giveUp) return -1;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    return fd;
+    return fd.Release();
 }
 
+// Thrown from inside a replacement to leave the file as it is.
+struct Refused : std::exception {};
+
 // Applies `change` to the current content of the file under the writers' lock and replaces the
-// file when it changed. `change` returns whether it changed anything.
-bool Update(const std::function<bool(Lines&)>& change) {
+// file when it changed. `change` returns whether it changed anything; it may run twice (again on
+// the file's new content when a program that takes no lock changed the file meanwhile).
+bool Update(const std::function<bool(Document&)>& change) {
     namespace fs = std::filesystem;
     try {
-        std::string path = posix::RegistryFilePath();
+        const std::string named = posix::RegistryFilePath();
+        // A registry file that is a link is replaced where the link points; the lock lies beside it.
+        std::string path;
+        if (!posix::ResolveLinks(named, path)) return false;
+        struct stat info {};
+        const bool exists = ::stat(path.c_str(), &info) == 0;
+        if (!exists && errno != ENOENT) return false;
+        if (exists && (!S_ISREG(info.st_mode) || static_cast<std::uint64_t>(info.st_size) > kMaxRegistrySize))
+            return false;
         std::error_code ec;
-        // A registry file that is a link is replaced where the link points.
-        struct stat link {};
-        if (::lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode))
-            path = fs::canonical(path, ec).string();
-        if (ec) return false;
         const fs::path folder = fs::path(path).parent_path();
-        if (!folder.empty()) fs::create_directories(folder, ec);
+        if (!exists && !folder.empty()) fs::create_directories(folder, ec);
         if (ec) return false;
 
-        const int lockFd = LockWriters(path + ".lock");
-        if (lockFd < 0) return false;
-        bool ok = false;
-        Lines lines;
-        if (ReadLines(path, lines)) {
-            if (!change(lines)) {
-                ok = true;
-            } else {
-                std::string content;
-                for (const std::string& line : lines) content += line + "\n";
-                // A new file gets the usual mode for the user's umask; a replaced one keeps its own.
-                struct stat info {};
-                const bool existed = ::stat(path.c_str(), &info) == 0;
-                const std::string temporary = path + ".tmp";
-                const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-                if (fd >= 0) {
-                    ok = WriteAll(fd, content) && (!existed || ::fchmod(fd, info.st_mode & 07777) == 0) &&
-                         ::fsync(fd) == 0;
-                    ok = (::close(fd) == 0) && ok;
-                    ok = ok && ::rename(temporary.c_str(), path.c_str()) == 0;
-                    if (!ok) ::unlink(temporary.c_str());
-                    if (ok) {
-                        const int dirFd =
-                            ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-                        if (dirFd >= 0) {
-                            ::fsync(dirFd);
-                            ::close(dirFd);
-                        }
-                    }
-                }
-            }
+        const posix::Descriptor lock(LockWriters(path + ".lock", exists ? &info : nullptr));
+        if (lock.get() < 0) return false;
+        Cache& cache = TheCache();
+        const std::lock_guard<std::mutex> guard(cache.mutex);
+        if (!Load(cache, named)) return false;
+
+        // The cache is taken apart for the change; it is whole again only when the file is.
+        Document working = std::move(cache.document);
+        const bool baseExists = cache.exists;
+        const FileStamp base = cache.stamp;
+        cache.Forget();
+        if (!change(working)) {
+            cache.document = std::move(working);
+            cache.valid = true;
+            return true;
         }
-        ::close(lockFd);
-        return ok;
+        if (SerializedSize(working) > kMaxRegistrySize) return false;
+        std::string bytes = Serialize(working);
+        bool bytesCurrent = true;
+
+        FileStamp written;
+        const FileResult result = ReplaceFileContents(
+            path,
+            [&](const std::string* current, std::string& out) {
+                FileStamp now;
+                const bool asRead = current == nullptr
+                                        ? !baseExists
+                                        : baseExists && StatFile(path, now) == FileResult::Ok && now == base;
+                if (!asRead) {
+                    if (current != nullptr && current->size() > kMaxRegistrySize) throw Refused();
+                    working = current != nullptr ? Parse(*current) : Document();
+                    change(working);
+                    bytesCurrent = false;
+                }
+                if (!bytesCurrent) {
+                    if (SerializedSize(working) > kMaxRegistrySize) throw Refused();
+                    bytes = Serialize(working);
+                }
+                out = std::move(bytes);
+                bytesCurrent = false;
+            },
+            written);
+        if (result != FileResult::Ok) return false; // the next call reads the file again
+
+        cache.document = std::move(working);
+        cache.valid = true;
+        cache.path = named;
+        cache.exists = true;
+        cache.stamp = written;
+        return true;
     } catch (const std::exception&) {
         return false;
     }
@@ -447,22 +646,7 @@ bool Update(const std::function<bool(Lines&)>& change) {
 bool WriteValue(RegRoot root, const std::string& keyPath, const std::string& name, const Value& value) {
     if (HasControlCharacter(keyPath)) return false;
     const std::string line = EncodeName(name) + "=" + EncodeData(value);
-    return Update([&](Lines& lines) {
-        const Location where = Locate(lines, SectionKey(root, keyPath), name);
-        if (where.value >= 0) {
-            auto& current = lines[static_cast<std::size_t>(where.value)];
-            if (current == line) return false;
-            current = line;
-        } else if (where.header >= 0) {
-            lines.insert(lines.begin() + where.lastEntry + 1, line);
-        } else {
-            if (!lines.empty() && !TrimBlanks(lines.back()).empty()) lines.emplace_back();
-            const std::string path = NormalizeKeyPath(keyPath);
-            lines.push_back("[" + std::string(RootName(root)) + (path.empty() ? "" : "\\" + path) + "]");
-            lines.push_back(line);
-        }
-        return true;
-    });
+    return Update([&](Document& document) { return SetValue(document, root, keyPath, name, line); });
 }
 
 std::optional<std::uint32_t> ParseNumber(std::string_view text) {
@@ -533,12 +717,7 @@ bool RegDeleteValue(RegRoot root, const std::string& keyPath, const std::string&
     // Deleting from a registry file that does not exist changes nothing and creates nothing.
     std::error_code ec;
     if (!std::filesystem::exists(posix::RegistryFilePath(), ec) && !ec) return true;
-    return Update([&](Lines& lines) {
-        const Location where = Locate(lines, SectionKey(root, keyPath), name);
-        if (where.value < 0) return false;
-        lines.erase(lines.begin() + where.value);
-        return true;
-    });
+    return Update([&](Document& document) { return DeleteValue(document, root, keyPath, name); });
 }
 
 } // namespace kirva::platform
