@@ -91,16 +91,23 @@ EntryFormat FormatFor(int mode, std::int32_t number) {
     return {HarbixKeys(), "CNC", std::to_string(number)};
 }
 
-// The caller's file as it exists on disk (looked up without regard to case where names are
-// case-sensitive); the path as given when there is none.
-std::string ExistingPath(const std::string& path, bool* exists = nullptr) {
+// A regular file (after links). A folder, a device or a FIFO is not a usable settings file; the
+// type is tested without opening anything, so that a FIFO cannot block.
+bool IsUsableFile(const std::string& path) {
     std::error_code ec;
+    return std::filesystem::is_regular_file(std::filesystem::path(path), ec);
+}
+
+// The caller's file as it exists on disk (looked up without regard to case where names are
+// case-sensitive); the path as given when there is none. Only a regular file exists here.
+std::string ExistingPath(const std::string& path, bool* exists = nullptr) {
     const std::filesystem::path p(path);
-    bool found = std::filesystem::is_regular_file(p, ec);
+    bool found = IsUsableFile(path);
     std::string result = path;
     if (!found) {
         const std::string folder = p.has_parent_path() ? p.parent_path().string() : std::string(".");
-        if (auto other = platform::FindFileNoCase(folder, p.filename().string())) {
+        if (auto other = platform::FindFileNoCase(folder, p.filename().string());
+            other && IsUsableFile(*other)) {
             result = *other;
             found = true;
         }
@@ -239,9 +246,12 @@ std::optional<std::int32_t> TakeEntryNumber(ProgramSettings& settings) {
     if (settings.AppCalling == kAppCallingModify) return settings.CurrentIndexMO;
     if (settings.AppCalling != kAppCallingNew) return 0;
     if (settings.Mode != kModeProgramManager && settings.Mode != kModeTransferProgram) return 0;
-    if (settings.NbDevice == std::numeric_limits<std::int32_t>::max()) return std::nullopt;
-    const std::int32_t count = settings.NbDevice + 1;
     const std::string file = ExistingPath(settings.PathAppCallingIni);
+    if (settings.NbDevice == std::numeric_limits<std::int32_t>::max()) {
+        ShowFileProblem(kCallerFileWriteFailed, file); // the new count cannot be written
+        return std::nullopt;
+    }
+    const std::int32_t count = settings.NbDevice + 1;
     bool ok = false;
     try {
         ini::BatchScope batch;
@@ -294,18 +304,24 @@ bool NotifyCaller(int mode, int appCalling) {
 bool WriteCallerSettings(ProgramSettings& settings, const MachineConfig& machine,
                          const RemonteState& remonte) {
     // A caller this program does not know has no file to register the machine in and no window
-    // to tell; the machine's own Telvar.ini is written all the same.
-    const auto number = TakeEntryNumber(settings);
-    if (!number) return false;
-    const bool knownCaller = settings.Mode == kModeProgramManager || settings.Mode == kModeTransferProgram;
-    if (knownCaller && *number > 0 &&
-        !WriteCallerEntry(settings.Mode, settings.PathAppCallingIni, *number, machine))
+    // to tell; the machine's own Telvar.ini is written all the same. Every writer below reports
+    // its own failure; what was written before a failure stays written.
+    try {
+        const auto number = TakeEntryNumber(settings);
+        if (!number) return false;
+        const bool knownCaller =
+            settings.Mode == kModeProgramManager || settings.Mode == kModeTransferProgram;
+        if (knownCaller && *number > 0 &&
+            !WriteCallerEntry(settings.Mode, settings.PathAppCallingIni, *number, machine))
+            return false;
+        if (!Trim(machine.PathTelvar).empty() &&
+            !WriteTelvarIniTo(machine.PathTelvar, machine, ThisWorkstation(), remonte))
+            return false;
+        NotifyCaller(settings.Mode, settings.AppCalling);
+        return true;
+    } catch (...) {
         return false;
-    if (!Trim(machine.PathTelvar).empty() &&
-        !WriteTelvarIniTo(machine.PathTelvar, machine, ThisWorkstation(), remonte))
-        return false;
-    NotifyCaller(settings.Mode, settings.AppCalling);
-    return true;
+    }
 }
 
 } // namespace kirva

@@ -32,8 +32,9 @@ inline constexpr std::uint32_t kMachineChangedMessage = 28679; // 0x7007
 std::string DictionaryPathFor(const std::string& kalderonIniPath, const std::string& languageFile);
 
 // Reads entry number of the program manager's file into machine; always sets the dictionary
-// from "Langue". Number 0 reads nothing else. A missing file shows kKalderonIniMissing
-// (exclamation); an integer that does not fit 32 bits ends the read with a warning. False on failure.
+// from "Langue". Number 0 reads nothing else. A missing file, or one that is not a regular file (a
+// folder, a device, a FIFO: nothing is opened then), shows kKalderonIniMissing (exclamation); an
+// integer that does not fit 32 bits ends the read with a warning. False on failure.
 bool ReadKalderonEntry(const std::string& path, std::int32_t number, MachineConfig& machine);
 // The same for the transfer program's file; DirTreeView becomes empty. The dictionary is left alone.
 bool ReadHarbixEntry(const std::string& path, std::int32_t number, MachineConfig& machine);
@@ -41,12 +42,15 @@ bool ReadHarbixEntry(const std::string& path, std::int32_t number, MachineConfig
 bool ReadCallerEntry(int mode, const std::string& path, std::int32_t number, MachineConfig& machine);
 
 // Writes entry number in the format of the calling program (values trimmed). One flush.
-// False, with a warning naming the file, when the file could not be written.
+// True only when the entry reached the disk; false, with a warning naming the file, when the file
+// could not be written (a folder, unreadable, over the size limit, a read-only folder, a full disk):
+// the file is then unchanged.
 bool WriteCallerEntry(int mode, const std::string& path, std::int32_t number, const MachineConfig& machine);
 
 // The entry number for the apply: for a new machine NbDevice is incremented and written to the
 // caller's file ([KALDERON] or [HARBIX_MGR] "NbDevice"); for a modified one, CurrentIndexMO.
-// nullopt (with a warning) when the new count could not be written.
+// nullopt (with a warning naming the file) when the new count could not be written; NbDevice is
+// then unchanged.
 std::optional<std::int32_t> TakeEntryNumber(ProgramSettings& settings);
 
 // The word parameter that tells the caller what happened (nullopt: nothing is sent).

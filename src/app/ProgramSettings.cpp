@@ -18,6 +18,8 @@ namespace {
 // Largest list the hand-off file may ask for; a larger count is a broken file, not a workshop.
 constexpr std::int32_t kMaxListSize = 10000;
 
+// A regular file (after links): a folder, a device or a FIFO is no settings file, and testing the
+// type opens nothing, so that a FIFO cannot block.
 bool FileExists(const std::string& path) {
     std::error_code ec;
     return std::filesystem::is_regular_file(std::filesystem::path(path), ec);
@@ -38,6 +40,21 @@ bool ReadInteger(const std::string& path, const char* section, const char* key, 
 std::string ReadFolder(const std::string& path, const char* key) {
     std::string value = Trim(FNReadIniString(path, "KIRVA", key, ""));
     return value.empty() ? value : AddTrailingBackslash(value);
+}
+
+// The count of a list: an integer as ReadInteger reads it, from 0 to kMaxListSize. Any other value
+// (negative, beyond the limit, beyond 32 bits) is reported with the key and the value as the file
+// holds it, and gives false.
+bool ReadCount(const std::string& path, const char* section, const char* key, std::int32_t& out) {
+    const std::string text = Trim(FNReadIniString(path, section, key, ""));
+    const double value = RoundHalfEven(ParseLeadingNumber(text));
+    if (!std::isfinite(value) || value < 0 || value > static_cast<double>(kMaxListSize)) {
+        ShowMessage(texts::kKirvaIniCountOutOfRange, IconWarning, MsgButtons::Ok, std::string(key), text,
+                    std::to_string(kMaxListSize));
+        return false;
+    }
+    out = static_cast<std::int32_t>(value);
+    return true;
 }
 
 // Reads prefix1 ... prefix<count> of section into list[1..count]; list[0] stays empty.
@@ -66,16 +83,16 @@ bool ReadProgramSettings(const std::string& path, ProgramSettings& settings) {
     if (!ReadInteger(path, "KIRVA", "CurrentIndexMO", read.CurrentIndexMO)) return false;
     read.PathDirData = ReadFolder(path, "PathDirData");
     read.DefaultPathDirTelvar = ReadFolder(path, "DefaultPathDirTelvar");
-    if (!ReadInteger(path, "KIRVA", "NbDevice", read.NbDevice)) return false;
+    if (!ReadCount(path, "KIRVA", "NbDevice", read.NbDevice)) return false;
     read.PathAppCallingIni = Trim(FNReadIniString(path, "KIRVA", "PathAppCallingIni", ""));
 
     if (!ReadList(path, "CNC", "RefMO", read.NbDevice, read.RefMO)) return false;
 
-    if (!ReadInteger(path, "TREEVIEW", "NbTreeViewNode", read.NbTreeViewNode)) return false;
+    if (!ReadCount(path, "TREEVIEW", "NbTreeViewNode", read.NbTreeViewNode)) return false;
     if (!ReadList(path, "TREEVIEW", "RefDirNode", read.NbTreeViewNode, read.RefDirNode)) return false;
 
     std::int32_t nbSpe = 0;
-    if (!ReadInteger(path, "SPECIFICITE", "NbSpe", nbSpe)) return false;
+    if (!ReadCount(path, "SPECIFICITE", "NbSpe", nbSpe)) return false;
     if (!ReadList(path, "SPECIFICITE", "Spe", nbSpe, read.Spe)) return false;
 
     settings = std::move(read);

@@ -24,7 +24,10 @@ struct ProgramSettings {
     std::vector<std::string> Spe;        // indexes 0..NbSpe, 0 unused
 };
 
-// Reads Kirva.ini into settings; shows "Le fichier Kirva.ini est introuvable !" when it is missing.
+// Reads Kirva.ini into settings; shows "Le fichier Kirva.ini est introuvable !" when it is missing
+// or is not a usable file (a folder, a device, a FIFO: nothing is opened then). A list count outside
+// 0 ... 10000 is reported (texts::kKirvaIniCountOutOfRange, warning); another integer beyond 32 bits
+// fails the read without a message. On failure settings are left as they were.
 bool ReadProgramSettings(const std::string& path, ProgramSettings& settings);
 
 // Program-wide values filled by start-up.

@@ -14,11 +14,12 @@ namespace kirva {
 namespace {
 
 // The hand-off file in the executable folder. On systems whose file names are case-sensitive a
-// file spelled differently ("kirva.ini") is the same file, as it would be on Windows.
+// file spelled differently ("kirva.ini") is the same file, as it would be on Windows. Only a regular
+// file counts: a folder or a FIFO of that name is not the hand-off (its reader says it is missing).
 std::string SettingsFileIn(const std::string& exeFolder) {
     std::string path = exeFolder + "Kirva.ini";
     std::error_code ec;
-    if (!std::filesystem::exists(std::filesystem::path(path), ec)) {
+    if (!std::filesystem::is_regular_file(std::filesystem::path(path), ec)) {
         if (auto found = platform::FindFileNoCase(exeFolder, "Kirva.ini")) path = *found;
     }
     return path;

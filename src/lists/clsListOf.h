@@ -96,14 +96,19 @@ class clsListOf {
 
     // Writes the lines as the whole content of the section, as one flush of the file. With
     // removeFirst the section is deleted first, so that an empty list leaves no section at all.
-    // False when the file could not be written (the file on disk is then unchanged).
+    // True only when the section reached the disk: false when the file could not be written (a
+    // folder, an unreadable or oversized file, a full disk ...); the file on disk is then unchanged.
     bool WriteLines(const std::string& section, const std::vector<std::string>& lines,
                     bool removeFirst) const {
         if (path_.empty()) return false;
-        ini::BatchScope batch;
-        if (removeFirst) ini::WriteProfileString(path_, section, std::nullopt, std::nullopt);
-        if (!removeFirst || !lines.empty()) WriteSectionLines(path_, section, lines);
-        return batch.Flush();
+        try {
+            ini::BatchScope batch;
+            if (removeFirst) ini::WriteProfileString(path_, section, std::nullopt, std::nullopt);
+            if (!removeFirst || !lines.empty()) WriteSectionLines(path_, section, lines);
+            return batch.Flush() && batch.Ok();
+        } catch (...) {
+            return false;
+        }
     }
 
     // Every element's file line, in collection order.

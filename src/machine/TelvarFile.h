@@ -17,7 +17,8 @@ inline constexpr const char* kTelvarWriteFailed =
     "Problème durant l'écriture du fichier Telvar.ini de la machine ";
 
 // Fills machine and remonte from the file at path. The machine directory becomes the file's
-// folder. A missing file shows catalogue message 244 (critical) and leaves the record as it was;
+// folder. A missing file, or one that is not a regular file (a folder, a device, a FIFO: nothing is
+// opened then), shows catalogue message 244 (critical) and leaves the record as it was;
 // a number outside its field's range (or any other failure) shows kTelvarReadFailed (warning)
 // and ends the read: the fields read until then keep their new values. Then StartWithWindows is
 // read from the Run value named after RefMO. True when everything was read.
@@ -31,8 +32,11 @@ struct WorkstationValues {
 };
 
 // Writes machine and remonte to MachineDir + "Telvar.ini" in one flush (lines of the file that
-// the table does not name stay as they are), then sets, keeps or deletes the Run value. On
-// failure shows kTelvarWriteFailed followed by RefMO (warning); the file is then unchanged.
+// the table does not name stay as they are), then sets, keeps or deletes the Run value. True only
+// when the file reached the disk and the Run value was applied. On failure (the file is a folder,
+// unreadable, over the engine's size limit, the folder or the disk refuses it, the registry refuses
+// the Run value) shows kTelvarWriteFailed followed by RefMO (warning) and returns false; when the
+// file itself failed it is unchanged on disk.
 bool WriteTelvarIni(const MachineConfig& machine, const WorkstationValues& workstation,
                     const RemonteState& remonte = Remonte());
 // The same, into the Telvar.ini of another folder (the Run value then names that folder's Telvar.exe).

@@ -53,16 +53,25 @@ std::string clsTranslate::Trans(const std::string& text, const std::string& sect
     if (result.empty()) {
         result = text;
         ReplaceAll(result, "\r\n", kLineBreakWord);
-        // The French dictionary learns every text it does not hold yet.
-        if (pathDico_.find("FR.lng") != std::string::npos && CanBeLearnt(key)) {
-            WriteIniString(pathDico_, section, key, DictionaryValue(key));
-        }
+        // The French dictionary learns every text it does not hold yet; a dictionary that cannot
+        // be written leaves the text as it is, without a word.
+        if (pathDico_.find("FR.lng") != std::string::npos) LearnText(text, section);
     }
     ReplaceAll(result, kLineBreakWord, "\r\n");
     for (std::size_t i = 1; i < values.size(); ++i) {
         ReplaceAll(result, "x" + std::to_string(i) + "x", values[i]);
     }
     return result;
+}
+
+bool clsTranslate::LearnText(const std::string& text, const std::string& section) const {
+    try {
+        const std::string key = DictionaryKey(text);
+        if (pathDico_.empty() || !CanBeLearnt(key)) return false;
+        return WriteIniString(pathDico_, section, key, DictionaryValue(key));
+    } catch (...) {
+        return false;
+    }
 }
 
 namespace TK_TRANSLATE {

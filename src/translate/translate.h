@@ -16,6 +16,11 @@ class clsTranslate {
     void PathDico(const std::string& path) { pathDico_ = path; }
     // values[0] is unused; values[1..n] replace "x1x" ... "xnx" in that order.
     std::string Trans(const std::string& text, const std::string& section, const std::vector<std::string>& values);
+    // Adds text to the dictionary at PathDico (key and value the text, line breaks as "vbCrLf").
+    // True only when the entry reached the disk; false when it did not (no dictionary path, a text
+    // that cannot be a key, a file that cannot be written). Never shows a message: every message
+    // passes through this dictionary.
+    bool LearnText(const std::string& text, const std::string& section) const;
 
   private:
     std::string pathDico_;
