@@ -87,10 +87,18 @@ TEST_F(ProgramSettingsTest, IntegersFollowTheNumberPrefixThenHalfToEven) {
                                                                   {"1,7", 1},
                                                                   {"  3  ", 3},
                                                                   {"1e1", 10},
-                                                                  {"2147483647", INT32_MAX}};
-    for (const auto& [text, mode] : cases) {
-        ASSERT_TRUE(Read("[KIRVA]\nMode=" + text + "\n")) << text;
-        EXPECT_EQ(settings.Mode, mode) << text;
+                                                                  {"2147483647", INT32_MAX},
+                                                                  {"-2147483648", INT32_MIN},
+                                                                  {"-2147483648.5", INT32_MIN},
+                                                                  {"2147483646.5", 2147483646}};
+    for (const char* key : {"Mode", "AppCalling", "CurrentIndexMO"}) {
+        for (const auto& [text, value] : cases) {
+            ASSERT_TRUE(Read(std::string("[KIRVA]\n") + key + "=" + text + "\n")) << key << "=" << text;
+            const std::int32_t read = std::string(key) == "Mode"         ? settings.Mode
+                                      : std::string(key) == "AppCalling" ? settings.AppCalling
+                                                                         : settings.CurrentIndexMO;
+            EXPECT_EQ(read, value) << key << "=" << text;
+        }
     }
 }
 
@@ -106,16 +114,32 @@ TEST_F(ProgramSettingsTest, FolderPathsAreTrimmedWithOneTrailingSeparator) {
     }
 }
 
-TEST_F(ProgramSettingsTest, BrokenNumbersFailSilentlyAndLeaveTheSettings) {
+// Damaged hand-off files: an integer beyond 32 bits (after rounding), a negative count, a list
+// longer than any workshop. The read fails as a whole and the settings read before stay.
+TEST_F(ProgramSettingsTest, DamagedNumbersFailTheReadAndLeaveTheSettings) {
     ASSERT_TRUE(Read("[KIRVA]\nMode=1\nNbDevice=1\n[CNC]\nRefMO1=A\n"));
     for (const char* content :
-         {"[KIRVA]\nMode=2147483648\n", "[KIRVA]\nAppCalling=1e12\n", "[KIRVA]\nNbDevice=-1\n",
-          "[KIRVA]\nNbDevice=99999999\n", "[TREEVIEW]\nNbTreeViewNode=-3\n", "[SPECIFICITE]\nNbSpe=-1\n"}) {
+         {"[KIRVA]\nMode=2147483648\n", "[KIRVA]\nMode=-2147483649\n", "[KIRVA]\nMode=2147483647.5\n",
+          "[KIRVA]\nMode=1e999\n", "[KIRVA]\nAppCalling=1e12\n", "[KIRVA]\nAppCalling=-2147483648.6\n",
+          "[KIRVA]\nCurrentIndexMO=2147483648\n", "[KIRVA]\nCurrentIndexMO=-9e99\n",
+          "[KIRVA]\nNbDevice=4294967296\n", "[KIRVA]\nNbDevice=-1\n", "[KIRVA]\nNbDevice=10001\n",
+          "[TREEVIEW]\nNbTreeViewNode=2147483648\n", "[TREEVIEW]\nNbTreeViewNode=-3\n",
+          "[TREEVIEW]\nNbTreeViewNode=10001\n", "[SPECIFICITE]\nNbSpe=2147483648\n",
+          "[SPECIFICITE]\nNbSpe=-1\n", "[SPECIFICITE]\nNbSpe=10001\n"}) {
         EXPECT_FALSE(Read(content)) << content;
         EXPECT_EQ(settings.Mode, 1) << content;
         EXPECT_EQ(settings.RefMO, (Strings{"", "A"})) << content;
     }
-    EXPECT_TRUE(messages.entries.empty());
+}
+
+TEST_F(ProgramSettingsTest, ListsUpToTheirLimit) {
+    ASSERT_TRUE(Read("[KIRVA]\nNbDevice=10000\n[CNC]\nRefMO10000=LAST\n[TREEVIEW]\nNbTreeViewNode=10000\n"
+                     "[SPECIFICITE]\nNbSpe=10000\nSpe1=FIRST\n"));
+    ASSERT_EQ(settings.RefMO.size(), 10001u);
+    EXPECT_EQ(settings.RefMO[10000], "LAST");
+    EXPECT_EQ(settings.RefDirNode.size(), 10001u);
+    ASSERT_EQ(settings.Spe.size(), 10001u);
+    EXPECT_EQ(settings.Spe[1], "FIRST");
 }
 
 } // namespace

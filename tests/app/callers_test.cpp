@@ -19,6 +19,9 @@ namespace kirva::test {
 namespace {
 
 const std::string kSep(1, platform::kPathSeparator);
+// Where each calling program publishes its window ("AppHwnd").
+const char* const kKalderonKey = "SOFTWARE\\MAROVEX\\TALM\\KALDERON";
+const char* const kHarbixKey = "SOFTWARE\\MAROVEX\\TALM\\HARBIX";
 
 class CallersTest : public MachineFixture {
   protected:
@@ -98,37 +101,52 @@ TEST_F(CallersTest, IntegerOutOfRangeFailsTheRead) {
     EXPECT_EQ(machine.Name, "a");
 }
 
-TEST_F(CallersTest, KalderonEntryIsWrittenInItsFormat) {
-    WriteBytes(KalderonIni(), "[CNC1]\r\nPathFileProg=D:\\Prog\r\nCurrentPathDirLog=/log\r\nOther=x\r\n");
+// An entry written in each caller's format, byte for byte: keys in the caller's order, values
+// trimmed of blanks (line breaks become blanks first), keys the caller keeps for itself untouched.
+TEST_F(CallersTest, EntryIsWrittenInTheCallersFormat) {
     machine.Name = "  Tour 1 ";
-    machine.PathFileProgOpen = "D:\\Prog";
-    machine.OpenInBD = 1;
-    machine.ModeGestionBD = 2;
+    machine.DirTreeView = "\tAtelier ";
+    machine.PathTelvar = " /m/t1/ ";
+    machine.PathFileProgOpen = "D:\\Prog ";
+    machine.PathFileProgSave = " /s";
+    machine.PathArchive = "/a ";
+    machine.PathFileHead = " h.txt\r\n";
+    machine.PathFileFeet = "f.txt\t";
+    machine.OpenInBD = -2;
+    machine.ModeGestionBD = 3;
+    machine.CoefXYZ = " 1;1;1 ";
     machine.InsKeyF[4] = " G28 ";
-    machine.CurrentPathDirLog = "/changed";
-    machine.ChainExe = "c.exe";
-    ASSERT_TRUE(WriteCallerEntry(1, KalderonIni(), 1, machine));
-    const std::string path = KalderonIni();
-    EXPECT_EQ(Value("CNC1", "Name", path), "Tour 1");
-    EXPECT_EQ(Value("CNC1", "PathFileProgOpen", path), "D:\\Prog");
-    EXPECT_EQ(Value("CNC1", "OpenInBD", path), "1");
-    EXPECT_EQ(Value("CNC1", "ModeGestionBD", path), "2");
-    EXPECT_EQ(Value("CNC1", "InsKeyF9", path), "G28");
-    EXPECT_EQ(Value("CNC1", "InsKeyF12", path), "");
-    EXPECT_EQ(Value("CNC1", "CurrentPathDirLog", path), "/log"); // never written
-    EXPECT_EQ(Value("CNC1", "Other", path), "x");
-    EXPECT_EQ(Value("CHAINAGE", "ChainExe", path), "c.exe");
-}
-
-TEST_F(CallersTest, HarbixEntryNeverWritesItsArchive) {
-    machine.Name = "FRAISE";
-    machine.PathTelvar = "/m/f/";
-    machine.PathArchive = "/a";
-    ASSERT_TRUE(WriteCallerEntry(2, HarbixIni(), 4, machine));
-    EXPECT_EQ(Value("CNC", "RefMO4", HarbixIni()), "FRAISE");
-    EXPECT_EQ(Value("CNC", "PathTelvar4", HarbixIni()), "/m/f/");
-    EXPECT_EQ(Value("CNC", "PathFileProgOpen4", HarbixIni()), "");
-    EXPECT_EQ(Value("CNC", "PathArchive4", HarbixIni()), "<missing>");
+    machine.InsKeyF[7] = "M30 ";
+    machine.ChainExe = " c.exe ";
+    machine.CurrentPathDirLog = "/changed"; // read from the caller's file, never written
+    const std::string kalderonEntry =
+        "Name=Tour 1\r\nDirTreeView=Atelier\r\nPathTelvar=/m/t1/\r\nPathFileProgOpen=D:\\Prog\r\n"
+        "PathFileProgSave=/s\r\nPathArchive=/a\r\nPathFileHead=h.txt\r\nPathFileFeet=f.txt\r\nOpenInBD=-2\r\n"
+        "ModeGestionBD=3\r\nCoefXYZ=1;1;1\r\nInsKeyF5=\r\nInsKeyF6=\r\nInsKeyF7=\r\nInsKeyF8=\r\n"
+        "InsKeyF9=G28\r\nInsKeyF10=\r\nInsKeyF11=\r\nInsKeyF12=M30\r\n";
+    struct Case {
+        int mode, number;
+        std::string before, after;
+    };
+    for (const Case& c : {
+             Case{1, 3, "", "[CNC3]\r\n" + kalderonEntry + "[CHAINAGE]\r\nChainExe=c.exe\r\n"},
+             Case{1, 3,
+                  "[KALDERON]\r\nNbDevice=4\r\n[CNC3]\r\nPathFileProg=D:\\Old\r\nCurrentPathDirLog=/log\r\n"
+                  "; note\r\n[CHAINAGE]\r\nChainExe=old.exe\r\n",
+                  "[KALDERON]\r\nNbDevice=4\r\n[CNC3]\r\nPathFileProg=D:\\Old\r\nCurrentPathDirLog=/log\r\n" +
+                      kalderonEntry + "; note\r\n[CHAINAGE]\r\nChainExe=c.exe\r\n"},
+             // The transfer program's file never receives the archive folder.
+             Case{2, 4, "",
+                  "[CNC]\r\nRefMO4=Tour 1\r\nPathTelvar4=/m/t1/\r\nPathFileProgOpen4=D:\\Prog\r\n"
+                  "PathFileProgSave4=/s\r\n"},
+         }) {
+        const std::string path = dir / "caller.ini";
+        WriteBytes(path, c.before);
+        ini::ClearCache();
+        ASSERT_TRUE(WriteCallerEntry(c.mode, path, c.number, machine)) << c.mode;
+        EXPECT_EQ(ReadBytes(path), c.after) << c.mode;
+    }
+    EXPECT_TRUE(messages.entries.empty());
 }
 
 TEST_F(CallersTest, WritingToAFolderThatIsNotThereIsReported) {
@@ -226,9 +244,8 @@ TEST_F(CallersTest, CallerReceivesTheNotification) {
     CallerListener listener(dir.path().string(), pid);
     ASSERT_TRUE(listener.Bound());
     const auto root = platform::RegRoot::LocalMachine;
-    ASSERT_TRUE(platform::RegWriteString(root, kKalderonRegistryKey, "AppHwnd", std::to_string(pid)));
-    ASSERT_TRUE(
-        platform::RegWriteDword(root, kHarbixRegistryKey, "AppHwnd", static_cast<std::uint32_t>(pid)));
+    ASSERT_TRUE(platform::RegWriteString(root, kKalderonKey, "AppHwnd", std::to_string(pid)));
+    ASSERT_TRUE(platform::RegWriteDword(root, kHarbixKey, "AppHwnd", static_cast<std::uint32_t>(pid)));
 
     EXPECT_TRUE(NotifyCaller(1, 2));
     EXPECT_EQ(listener.Received(), "28679 711 0");
@@ -242,11 +259,11 @@ TEST_F(CallersTest, NotificationIsSkippedSilently) {
     const auto root = platform::RegRoot::LocalMachine;
     EXPECT_FALSE(NotifyCaller(1, 1)); // no key at all
     for (const char* handle : {"0", "", "abc", "999999999"}) {
-        ASSERT_TRUE(platform::RegWriteString(root, kKalderonRegistryKey, "AppHwnd", handle));
+        ASSERT_TRUE(platform::RegWriteString(root, kKalderonKey, "AppHwnd", handle));
         EXPECT_FALSE(NotifyCaller(1, 1)) << handle;
     }
     // A live process that listens on nothing.
-    ASSERT_TRUE(platform::RegWriteString(root, kKalderonRegistryKey, "AppHwnd", std::to_string(::getpid())));
+    ASSERT_TRUE(platform::RegWriteString(root, kKalderonKey, "AppHwnd", std::to_string(::getpid())));
     EXPECT_FALSE(NotifyCaller(1, 1));
     EXPECT_TRUE(messages.entries.empty());
 }
@@ -255,7 +272,7 @@ TEST_F(CallersTest, ApplyWritesEntryTelvarAndNotifies) {
     const std::int64_t pid = ::getpid();
     CallerListener listener(dir.path().string(), pid);
     ASSERT_TRUE(listener.Bound());
-    ASSERT_TRUE(platform::RegWriteString(platform::RegRoot::LocalMachine, kKalderonRegistryKey, "AppHwnd",
+    ASSERT_TRUE(platform::RegWriteString(platform::RegRoot::LocalMachine, kKalderonKey, "AppHwnd",
                                          std::to_string(pid)));
     WriteBytes(KalderonIni(), "[KALDERON]\r\nNbDevice=4\r\n");
     ProgramSettings settings;

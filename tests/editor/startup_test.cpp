@@ -1,19 +1,18 @@
 // Start-up, observed from outside: the real kirva program is copied into a fresh folder and run
-// offscreen, with messages on standard error and an exit as soon as its window is shown.
+// offscreen, with messages on standard error and an exit as soon as its window is shown. The
+// decisions of start-up themselves are tested in the core suite (tests/app/Startup_test.cpp);
+// here the program's command line, its message box and the window's title are.
 #include <gtest/gtest.h>
 
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
-#include <fcntl.h>
 #include <filesystem>
 #include <optional>
 #include <ostream>
 #include <regex>
 #include <string>
-#include <sys/file.h>
-#include <unistd.h>
 #include <vector>
 
 #include "support/TempDir.h"
@@ -133,11 +132,9 @@ class Installation {
 struct Case {
     const char* name;
     QStringList arguments;
-    const char* folder;                  // the program's folder in the installation
     std::optional<std::string> settings; // Kirva.ini beside the program; nullopt = none
     std::string title;                   // title printed once the window is shown; "" = no window
     std::string message;                 // a line expected on standard error; "" = no message at all
-    const char* settingsName = "Kirva.ini";
 };
 
 void PrintTo(const Case& c, std::ostream* os) {
@@ -148,10 +145,8 @@ class StartupBranchTest : public ::testing::TestWithParam<Case> {};
 
 TEST_P(StartupBranchTest, EndsOrShowsTheWindow) {
     const Case& c = GetParam();
-    if (std::string(c.folder).find("TalmDev/") != std::string::npos && fs::exists("/opt/talm/exe/Kirva.ini"))
-        GTEST_SKIP() << "an installation exists on this computer";
-    Installation install(c.folder);
-    if (c.settings) install.WriteSettings(*c.settings, c.settingsName);
+    Installation install;
+    if (c.settings) install.WriteSettings(*c.settings);
     const Outcome outcome = install.Run(c.arguments);
     ASSERT_TRUE(outcome.finished) << outcome.err;
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
@@ -164,30 +159,18 @@ TEST_P(StartupBranchTest, EndsOrShowsTheWindow) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    CommandLineFoldersAndHandOff, StartupBranchTest,
-    ::testing::Values(
-        Case{"NoSwitchEndsAtOnce", {}, "exe", HandOff(1, 2), "", ""},
-        Case{"OtherArgumentsWithoutSwitch", {"-MRV", "MRV"}, "exe", HandOff(1, 2), "", ""},
-        Case{"LowerCaseSwitchIsNotTheSwitch", {"/mrv"}, "exe", HandOff(1, 2), "", ""},
-        Case{"SwitchInsideAnArgument", {"x/MRVy"}, "exe", HandOff(1, 2), kModifyTitle, ""},
-        Case{"SwitchAmongQtAndOtherArguments",
-             {"-platform", "offscreen", "/MRV", "x"},
-             "exe",
-             HandOff(1, 2),
-             kModifyTitle,
-             ""},
-        // A copy in a development tree reads the installation folder's hand-off, not its own.
-        Case{"DevelopmentTreeCopy", {"/MRV"}, "Work/TalmDev/Bin", HandOff(1, 2), "", kMissingSettings},
-        Case{"MarkerIsAWholeFolderName", {"/MRV"}, "Work/TalmDevTools/Bin", HandOff(1, 2), kModifyTitle, ""},
-        Case{"HandOffSpelledInAnotherCase", {"/MRV"}, "exe", HandOff(1, 2), kModifyTitle, "", "kirva.ini"},
-        Case{"MissingHandOffIsReported", {"/MRV"}, "exe", std::nullopt, "", kMissingSettings},
-        Case{"AddMode", {"/MRV"}, "exe", HandOff(2, 1), kAddTitle, ""},
-        Case{"ModifyForTheTransferProgram", {"/MRV"}, "exe", HandOff(2, 2, 2, 2), kModifyTitle, ""},
-        Case{"ModeZeroEndsSilently", {"/MRV"}, "exe", HandOff(0, 2), "", ""},
-        Case{"AppCallingZeroEndsSilently", {"/MRV"}, "exe", HandOff(1, 0), "", ""},
-        Case{"EmptyHandOffEndsSilently", {"/MRV"}, "exe", std::string(), "", ""},
-        Case{"MachineBeyondTheCountEndsSilently", {"/MRV"}, "exe", HandOff(1, 2, 3, 2), "", ""},
-        Case{"NewMachineIgnoresTheIndex", {"/MRV"}, "exe", HandOff(1, 1, 9, 2), kAddTitle, ""}),
+    CommandLineAndHandOff, StartupBranchTest,
+    ::testing::Values(Case{"NoSwitchEndsAtOnce", {}, HandOff(1, 2), "", ""},
+                      Case{"SwitchInsideAnArgument", {"x/MRVy"}, HandOff(1, 2), kModifyTitle, ""},
+                      Case{"SwitchAmongQtAndOtherArguments",
+                           {"-platform", "offscreen", "/MRV", "x"},
+                           HandOff(1, 2),
+                           kModifyTitle,
+                           ""},
+                      Case{"MissingHandOffIsReported", {"/MRV"}, std::nullopt, "", kMissingSettings},
+                      Case{"AddMode", {"/MRV"}, HandOff(2, 1), kAddTitle, ""},
+                      Case{"ModifyForTheTransferProgram", {"/MRV"}, HandOff(2, 2, 2, 2), kModifyTitle, ""},
+                      Case{"AppCallingZeroEndsSilently", {"/MRV"}, HandOff(1, 0), "", ""}),
     [](const ::testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
 
 TEST(StartupTest, TitleInTheProgramManagersLanguage) {
@@ -199,27 +182,6 @@ TEST(StartupTest, TitleInTheProgramManagersLanguage) {
                        "Machine Connections - Version x1x -\nConfigurer...=Configure...\n"));
     const Outcome outcome = install.Run({"/MRV"});
     EXPECT_EQ(outcome.out, "Machine Connections - Version " + Version() + " - Configure...\n") << outcome.err;
-}
-
-TEST(StartupTest, SecondInstanceEndsSilently) {
-    Installation install;
-    install.WriteSettings(HandOff(1, 2));
-    const fs::path lockFolder = install.RuntimeFolder() / "marovex";
-    fs::create_directories(lockFolder);
-    const std::string lockPath = (lockFolder / "kirva.lock").string();
-    const int fd = ::open(lockPath.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-    ASSERT_GE(fd, 0);
-    ASSERT_EQ(::flock(fd, LOCK_EX | LOCK_NB), 0);
-
-    const Outcome held = install.Run({"/MRV"});
-    ::close(fd);
-    ASSERT_TRUE(held.finished);
-    EXPECT_EQ(held.exitCode, 0);
-    EXPECT_EQ(held.out, "");
-    EXPECT_FALSE(HasMessage(held.err)) << held.err;
-
-    const Outcome released = install.Run({"/MRV"});
-    EXPECT_EQ(released.out, kModifyTitle + "\n") << released.err;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,25 @@ TEST_F(ListsInsertIso, LoadsTheSectionInFileOrder) {
     EXPECT_EQ(list.GetBmp("Fin"), "fin.bmp");
     EXPECT_EQ(list.GetIso("Bare"), ""); // a line without its tags keeps its name only
     EXPECT_EQ(list.FNGetInfoIsoByOrder(3).Name(), "Fin");
+}
+
+// The comment rules of the section: "'" starts a comment unless it follows d, l or n of French
+// text, in either case; the second quote of a doubled one follows a quote and ends the line.
+TEST_F(ListsInsertIso, ApostrophesOfFrenchTextAndComments) {
+    const std::string path = dir_ / "Iso.ini";
+    WriteBytes(path, "[INSERT]\r\nL'outil=iso:T1 M6|bmp:|Rac:|\r\nD'abord=iso:G0 ' retour|bmp:|Rac:|\r\n"
+                     "N'oublie=iso:M30|bmp:|Rac:|\r\nCoupe=iso:(l''usinage)|bmp:|Rac:|\r\n"
+                     "Arret=iso:M00 ''pause''|bmp:|Rac:|\r\n'Ancien=iso:G1|bmp:|Rac:|\r\nT'as=iso:G2|\r\n");
+    clsInsertIso list;
+    list.Init(path);
+    EXPECT_EQ(Names(list),
+              (std::vector<std::string>{"L'outil", "D'abord", "N'oublie", "Coupe", "Arret", "T"}));
+    EXPECT_EQ(list.GetIso("L'outil"), "T1 M6");
+    EXPECT_EQ(list.GetIso("D'abord"), "G0");
+    EXPECT_EQ(list.GetIso("N'oublie"), "M30");
+    EXPECT_EQ(list.GetIso("Coupe"), "(l'");
+    EXPECT_EQ(list.GetIso("Arret"), "M00");
+    EXPECT_EQ(list.GetIso("T"), "");
 }
 
 TEST_F(ListsInsertIso, SavesEachInsertionAtItsOrderAndReadsItBack) {
@@ -220,6 +240,29 @@ TEST_F(ListsPlans, CoefficientsAreReadWithAPointOnly) {
     EXPECT_EQ(plans.FNGetRefPlan(2), "");
     EXPECT_EQ(plans.FNGetLadY(""), "Y");
     EXPECT_EQ(plans.FNGetCoeffY(""), 1.0f);
+}
+
+// A coefficient beyond the float range is held as the largest float of its sign (one too small
+// for a float is 0, which reads as the default 1), and saved so that it reads back the same.
+TEST_F(ListsPlans, CoefficientsBeyondTheFloatRange) {
+    const std::string path = dir_ / "Telvar.ini";
+    WriteBytes(path, "[PLANS]\r\nref:BIG|LadX:X|LadY:Y|CoeffX:1e39|CoeffY:-1e39|R:0|\r\n"
+                     "ref:EDGE|LadX:X|LadY:Y|CoeffX:1e-50|CoeffY:3.5e38|R:1|\r\n");
+    clsPlansPDC plans;
+    plans.Init(path);
+    EXPECT_EQ(plans.FNGetCoeffX("BIG"), std::numeric_limits<float>::max());
+    EXPECT_EQ(plans.FNGetCoeffY("BIG"), std::numeric_limits<float>::lowest());
+    EXPECT_EQ(plans.FNGetCoeffX("EDGE"), 1.0f);
+    EXPECT_EQ(plans.FNGetCoeffY("EDGE"), std::numeric_limits<float>::max());
+    ASSERT_TRUE(plans.Save());
+    const std::string saved =
+        "[PLANS]\r\nref:BIG|LadX:X|LadY:Y|CoeffX:3.4028235E+38|CoeffY:-3.4028235E+38|R:0|\r\n"
+        "ref:EDGE|LadX:X|LadY:Y|CoeffX:1|CoeffY:3.4028235E+38|R:1|\r\n";
+    EXPECT_EQ(ReadBytes(path), saved);
+    plans.Init(path);
+    EXPECT_EQ(plans.FNGetCoeffX("BIG"), std::numeric_limits<float>::max());
+    ASSERT_TRUE(plans.Save());
+    EXPECT_EQ(ReadBytes(path), saved);
 }
 
 TEST_F(ListsCanaux, ChannelNumbersTakeTheLeadingNumber) {

@@ -10,6 +10,9 @@
 namespace kirva::test {
 namespace {
 
+// The registry key whose values start programs at logon.
+const char* const kRunKey = "SOFTWARE\\MICROSOFT\\WINDOWS\\CURRENTVERSION\\RUN";
+
 class MachineRead : public MachineFixture {
   protected:
     // The value a key holds in the record after reading, as the file would hold it.
@@ -45,15 +48,21 @@ INSTANTIATE_TEST_SUITE_P(
                       KeyCase{"DNC", "NbCanaux", "2.5", "2"},                 // halves to even
                       KeyCase{"DNC", "NbCanaux", "3.5", "4"},                 //
                       KeyCase{"DNC", "Techno", "-32768", "-32768"},           // 16-bit bounds
+                      KeyCase{"DNC", "Techno", "32767", "32767"},             //
+                      KeyCase{"DNC", "Techno", "-32768.5", "-32768"},         // half to the even bound
                       KeyCase{"COMM", "TimeOut", "2147483647", "2147483647"}, // 32-bit bounds
-                      KeyCase{"DNC", "Methode", "abc", "0"},                  // not a number
-                      KeyCase{"DNC", "DataAccess", "12,5", "12"},             // comma is no separator
-                      KeyCase{"COMM", "ModeIRQ", "7 lines", "7"},             // text converted
-                      KeyCase{"TEMPO", "TempoBloc", "0.125", "0.125"},        // double
+                      KeyCase{"COMM", "TimeOut", "-2147483648", "-2147483648"},
+                      KeyCase{"COMM", "TimeOut", "2147483646.5", "2147483646"},
+                      KeyCase{"DNC", "Methode", "abc", "0"},           // not a number
+                      KeyCase{"DNC", "DataAccess", "12,5", "12"},      // comma is no separator
+                      KeyCase{"COMM", "ModeIRQ", "7 lines", "7"},      // text converted
+                      KeyCase{"TEMPO", "TempoBloc", "0.125", "0.125"}, // double
                       KeyCase{"OPTION_T", "TempoBeforeSend", "3.25s", "3.25"},
                       KeyCase{"TELVAR", "IconTray", "1", "1"},   // boolean
                       KeyCase{"TELVAR", "IconTray", "yes", "0"}, // only "1" is true
                       KeyCase{"TELVAR", "IconTray", "true", "0"},
+                      KeyCase{"TELVAR", "IconTray", "  1\t", "1"}, // blanks around the flag
+                      KeyCase{"TELVAR", "IconTray", "1 1", "0"},
                       KeyCase{"TELVAR", "Socket", "5", "5"},                 // read-only key
                       KeyCase{"REMONTE", "PathRemonte", "D:\\Up", "D:\\Up"}, // program-wide
                       KeyCase{"REMONTE", "NumProgAsUniqueID", "1", "1"},
@@ -61,6 +70,51 @@ INSTANTIATE_TEST_SUITE_P(
                       KeyCase{"SYNTAXE_MO", "ladY", "V", "V"},   // either spelling
                       KeyCase{"SYNTAXE_MO", "LADY", "W", "W"},
                       KeyCase{"CHAINAGE", "ChainExe", "next.exe", "next.exe"}));
+
+// The setter of the window's fields takes typed text by the reading rules of the field's width;
+// a value the field cannot hold is refused and the field keeps what it had.
+struct SetCase {
+    const char* section;
+    const char* key;
+    const char* typed;
+    const char* held; // the field afterwards, as the file holds it; nullptr: refused
+};
+
+class KeyTableSetter : public MachineRead, public ::testing::WithParamInterface<SetCase> {};
+
+TEST_P(KeyTableSetter, TypedTextFitsTheFieldOrIsRefused) {
+    const SetCase& c = GetParam();
+    const KeyDef* def = FindKey(c.section, c.key);
+    ASSERT_NE(def, nullptr);
+    MachineConfig m;
+    RemonteState r;
+    const std::string before = GetKeyText(m, r, *def);
+    EXPECT_EQ(SetKeyText(m, r, *def, c.typed), c.held != nullptr);
+    EXPECT_EQ(GetKeyText(m, r, *def), c.held ? c.held : before);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Widths, KeyTableSetter,
+    ::testing::Values(
+        SetCase{"DNC", "NbCanaux", "-32768", "-32768"}, SetCase{"DNC", "NbCanaux", "32767", "32767"},
+        SetCase{"DNC", "NbCanaux", "32768", nullptr}, SetCase{"DNC", "NbCanaux", "-32769", nullptr},
+        SetCase{"DNC", "NbCanaux", "32767.5", nullptr}, SetCase{"DNC", "NbCanaux", "-32768.5", "-32768"},
+        SetCase{"DNC", "NbCanaux", "32766.5", "32766"}, SetCase{"DNC", "NbCanaux", " 12 ", "12"},
+        SetCase{"COMM", "TimeOut", "-2147483648", "-2147483648"},
+        SetCase{"COMM", "TimeOut", "2147483647", "2147483647"},
+        SetCase{"COMM", "TimeOut", "2147483648", nullptr}, SetCase{"COMM", "TimeOut", "-2147483649", nullptr},
+        SetCase{"COMM", "TimeOut", "2147483647.5", nullptr},
+        SetCase{"COMM", "TimeOut", "-2147483648.5", "-2147483648"},
+        SetCase{"COMM", "TimeOut", "2147483646.5", "2147483646"}, SetCase{"COMM", "TimeOut", "12abc", "12"},
+        SetCase{"COMM", "TimeOut", "abc", "0"}, SetCase{"TEMPO", "TempoBloc", "-0.5", "-0.5"},
+        SetCase{"TEMPO", "TempoBloc", "1.7976931348623157e308", "1.79769313486232e+308"},
+        SetCase{"TEMPO", "TempoBloc", "1.8e308", nullptr}, SetCase{"TELVAR", "IconTray", " 1 ", "1"},
+        SetCase{"TELVAR", "IconTray", "\t1", "1"}, SetCase{"TELVAR", "IconTray", "1 0", "0"},
+        SetCase{"TELVAR", "IconTray", "yes", "0"}, SetCase{"REMONTE", "RemonteDossier", "1 ", "1"},
+        SetCase{"DNC", "RefMO", " TOUR 1 ", " TOUR 1 "}, // text as typed
+        SetCase{"TEMPO", "TimeOutBreak", "5", nullptr},  // constants have no field
+        SetCase{"TELVAR", "IPserver", "10.0.0.1", nullptr},
+        SetCase{"WORKSHOP ACTIVITY", "NbActivity", "2", nullptr}));
 
 // Missing and empty values give the same defaults.
 class MachineReadDefaults : public MachineRead, public ::testing::WithParamInterface<const char*> {};
@@ -164,7 +218,13 @@ INSTANTIATE_TEST_SUITE_P(
         CountCase{"beyond the keys", "[WORKSHOP ACTIVITY]\r\nNbActivity=5\r\nRefActivity1=a\r\n", 5, 0},
         CountCase{"huge with a leading zero", "[WORKSHOP ACTIVITY]\r\nNbActivity=5000\r\nRefActivity07=a\r\n",
                   0, 0},
-        CountCase{"forty channels", ManyChannels(40), 0, 32},
+        CountCase{"activities at the limit", "[WORKSHOP ACTIVITY]\r\nNbActivity=1000\r\n", 1000, 0},
+        CountCase{"activities past the limit", "[WORKSHOP ACTIVITY]\r\nNbActivity=1001\r\n", 0, 0},
+        CountCase{"activities past the limit with keys",
+                  "[WORKSHOP ACTIVITY]\r\nNbActivity=1001\r\nRefActivity1001=z\r\n", 1001, 0},
+        CountCase{"channels at the limit", ManyChannels(32), 0, 32},
+        CountCase{"channels past the limit", ManyChannels(33), 0, 32},
+        CountCase{"negative channels", "[CANAUX_ANALYSE]\r\nNbCanalAnalyse=-1\r\nRefCanal1=C\r\n", 0, 0},
         CountCase{"channels claimed", "[CANAUX_ANALYSE]\r\nNbCanalAnalyse=2000000000\r\n", 0, 0}),
     [](const auto& info) {
         std::string name = info.param.name;
@@ -201,10 +261,15 @@ INSTANTIATE_TEST_SUITE_P(
     Numbers, MachineReadBadNumbers,
     ::testing::Values(
         BadNumber{"Int16", "[DNC]\r\nRefMO=NEW\r\nNbCanaux=32768\r\n"},
+        BadNumber{"Int16Below", "[DNC]\r\nRefMO=NEW\r\nNbCanaux=-32769\r\n"},
         BadNumber{"Int16Rounded", "[DNC]\r\nRefMO=NEW\r\nTechno=32767.5\r\n"},
+        BadNumber{"Int16AsText", "[DNC]\r\nRefMO=NEW\r\n[COMM]\r\nModeIRQ=40000 lines\r\n"},
         BadNumber{"Int32", "[DNC]\r\nRefMO=NEW\r\n[COMM]\r\nTimeOut=-2147483649\r\n"},
+        BadNumber{"Int32Above", "[DNC]\r\nRefMO=NEW\r\n[COMM]\r\nTimeOut=2147483648\r\n"},
+        BadNumber{"Int32Rounded", "[DNC]\r\nRefMO=NEW\r\n[SYNTAXE_MO]\r\nCodeCN=2147483647.5\r\n"},
         BadNumber{"Double", "[DNC]\r\nRefMO=NEW\r\n[TEMPO]\r\nTempoCar=1e999\r\n"},
         BadNumber{"Count", "[DNC]\r\nRefMO=NEW\r\n[WORKSHOP ACTIVITY]\r\nNbActivity=9e12\r\n"},
+        BadNumber{"ChannelCount", "[DNC]\r\nRefMO=NEW\r\n[CANAUX_ANALYSE]\r\nNbCanalAnalyse=-2147483649\r\n"},
         BadNumber{"ActivityCode",
                   "[DNC]\r\nRefMO=NEW\r\n[WORKSHOP ACTIVITY]\r\nNbActivity=1\r\nCodeActivity1=5e10\r\n"}),
     [](const auto& info) { return std::string(info.param.name); });
@@ -227,7 +292,7 @@ TEST_F(MachineRead, MissingFileLeavesTheRecordAlone) {
     m.MachineDir = "somewhere";
     EXPECT_FALSE(ReadTelvarIni(MachineDir() + "Telvar.ini", m));
     ASSERT_EQ(messages.entries.size(), 1u);
-    EXPECT_EQ(messages.entries[0].text, CatalogueText(244));
+    EXPECT_EQ(messages.entries[0].text, "Le fichier d'initialisation du Port DNC est introuvable.");
     EXPECT_EQ(messages.entries[0].icon, IconCritical);
     EXPECT_EQ(m.RefMO, "KEEP");
     EXPECT_EQ(m.MachineDir, "somewhere");
@@ -249,18 +314,30 @@ TEST_F(MachineRead, FileNameDiffersInCase) {
     EXPECT_EQ(m.RefMO, "UPPER");
 }
 
+// StartWithWindows is the Run value named after the reference; a machine without a reference
+// has none, whatever the Run key's unnamed value holds.
 TEST_F(MachineRead, StartWithWindowsFollowsTheRunValue) {
-    WriteTelvar("[DNC]\r\nRefMO=TOUR1\r\n");
-    MachineConfig m;
-    ASSERT_TRUE(ReadTelvarIni(TelvarPath(), m));
-    EXPECT_FALSE(m.StartWithWindows);
-    ASSERT_TRUE(
-        platform::RegWriteString(platform::RegRoot::LocalMachine, kRunKeyPath, "TOUR1", "x/Telvar.exe"));
-    ASSERT_TRUE(ReadTelvarIni(TelvarPath(), m));
-    EXPECT_TRUE(m.StartWithWindows);
-    ASSERT_TRUE(platform::RegWriteString(platform::RegRoot::LocalMachine, kRunKeyPath, "TOUR1", ""));
-    ASSERT_TRUE(ReadTelvarIni(TelvarPath(), m));
-    EXPECT_FALSE(m.StartWithWindows);
+    struct Case {
+        const char* refMO;
+        const char* name; // of the Run value set before reading; nullptr: none
+        const char* value;
+        bool expected;
+    };
+    for (const Case& c : {Case{"TOUR1", nullptr, "", false}, Case{"TOUR1", "TOUR1", "x/Telvar.exe", true},
+                          Case{"TOUR1", "TOUR1", "", false}, Case{"TOUR1", "TOUR2", "x/Telvar.exe", false},
+                          Case{"  TOUR1  ", "TOUR1", "x/Telvar.exe", true},
+                          Case{"   ", "", "x/Telvar.exe", false}, Case{"", "", "x/Telvar.exe", false}}) {
+        std::filesystem::remove(dir / "registry.ini");
+        ini::ClearCache();
+        if (c.name) {
+            ASSERT_TRUE(platform::RegWriteString(platform::RegRoot::LocalMachine, kRunKey, c.name, c.value));
+        }
+        WriteTelvar(std::string("[DNC]\r\nRefMO=") + c.refMO + "\r\n");
+        MachineConfig m;
+        m.StartWithWindows = !c.expected;
+        ASSERT_TRUE(ReadTelvarIni(TelvarPath(), m)) << c.refMO;
+        EXPECT_EQ(m.StartWithWindows, c.expected) << "[" << c.refMO << "] " << (c.name ? c.name : "-");
+    }
 }
 
 } // namespace

@@ -12,6 +12,9 @@
 namespace kirva::test {
 namespace {
 
+// The registry key whose values start programs at logon.
+const char* const kRunKey = "SOFTWARE\\MICROSOFT\\WINDOWS\\CURRENTVERSION\\RUN";
+
 class MachineWrite : public MachineFixture {
   protected:
     MachineWrite() {
@@ -48,65 +51,179 @@ void FillEveryField(MachineConfig& m, RemonteState& r) {
     m.CanalAnalyse = {{"Broche", "1001", "B"}, {"Axe X", "1002", "X"}};
 }
 
-TEST_F(MachineWrite, EveryReadWriteKeyComesBack) {
-    RemonteState remonte;
-    FillEveryField(machine, remonte);
-    machine.FileExt = ".nc";
-    ASSERT_TRUE(WriteTelvarIni(machine, workstation, remonte));
+// A machine whose every field differs from its default and from its neighbours, so that a key
+// written from the wrong field, or in the wrong place, changes the bytes.
+MachineConfig CompleteMachine(const std::string& machineDir) {
+    MachineConfig m;
+    m.MachineDir = machineDir;
+    m.Socket = 77; // read, never written
+    m.PortListen = 5001;
+    m.IconTray = true;
+    m.UseComManager = true;
+    m.IPComManager = "192.168.1.5";
+    m.PortComManager = 4000;
+    m.RefMO = "TOUR1";
+    m.PathFileProgOpen = "/prog/open/";
+    m.PathFileProgSave = "/prog/save/";
+    m.PathArchive = "/prog/archive/";
+    m.PathMacroError = "/macros/erreur.mac";
+    m.CallSyntax = "%P";
+    m.DataAccess = 2;
+    m.Reboot = true;
+    m.ModeGestionBD = 3;
+    m.Methode = 4;
+    m.IsModeEcoute = m.UseRPC = m.ReceivProgCrushed = m.ProgIndice = m.SendFirstAsLast = true;
+    m.NbCanaux = 2;
+    m.TypeMulti = 1;
+    m.PathIsoIni = "/machines/TOUR1/Cycles.ini";
+    m.Techno = -3;
+    m.NumPort = 3;
+    m.Bauds = "9600";
+    m.BaudsEnvoi = "19200";
+    m.DataBit = "7";
+    m.StopBit = "2";
+    m.Parite = "E";
+    m.TimeOut = 30;
+    m.TimeOutEnvoi = 45;
+    m.CtrlFlux = 1;
+    m.EOB = "13,10";
+    m.IsModePassant = true;
+    m.ModeIRQ = 5;
+    m.InBufferSize = 4096;
+    m.OutBufferSize = 2048;
+    m.TimeOutEcoute = 600;
+    m.NbBlocAvance = 10;
+    m.SendCartouche = m.SendEmptyLines = m.CheckReceivBeforeAppel = m.RemonteBD = m.ConcatProgAppel = true;
+    m.Specificite = "LECT_CART";
+    m.CheckModeRecep = "STRICT";
+    m.SepCarMultiAppel = ",";
+    m.NbReceivBeforeAppel = 2;
+    m.CarSepAppel = "/";
+    m.MarqueurDebAppel = "(DEBUT)";
+    m.MarqueurFinAppel = "(FIN)";
+    m.CallMethode = 6;
+    m.CallNumPort = 4;
+    m.CallBauds = "4800";
+    m.CallDataBit = "8";
+    m.CallStopBit = "1";
+    m.CallParite = "N";
+    m.CallCtrlFlux = 2;
+    m.TCarFiltered = "%";
+    m.TCarFilteredBy = "#";
+    m.BOT = "18";
+    m.EOT = "20";
+    m.TempoBeforeSend = 2.5;
+    m.RCarFiltered = "$";
+    m.RCarFilteredBy = "&";
+    m.BOR = "17";
+    m.EOR = "19";
+    m.FiltreLigneRecep = "N*";
+    m.TempoBloc = 0.25;
+    m.TempoCar = -1.75;
+    m.TimeOutModeRecep = 120;
+    m.CodeCN = 12;
+    m.CodeGroupCN = 7;
+    m.CarDebProg = "%";
+    m.CarDebBloc = "N";
+    m.CarBlocOpt = "/";
+    m.CarDebCom = "(";
+    m.CarFinCom = ")";
+    m.NumBloc1 = 10;
+    m.IncrBloc = 5;
+    m.BlocDeb = "G90 G40";
+    m.BlocFin = "M30";
+    m.BlocType = "N10 G1";
+    m.NbTourelle = 2;
+    m.NbPot = 24;
+    m.NbMaxCarBloc = 256;
+    m.CarSepDec = ",";
+    m.ForceSepDec = true;
+    m.FileExt = "nc";
+    m.ProgAuD = true;
+    m.LadR = "Q";
+    m.Abs = "G90.1";
+    m.Rel = "G91.1";
+    m.CodeProgAuD = "G7";
+    m.CodeProgAuR = "G8";
+    m.LadX = "U";
+    m.LadY = "V";
+    m.LadZ = "W";
+    m.CodeVcc = "G196";
+    m.CodeStr = "G197";
+    m.CodeVaMin = "G194";
+    m.CodeVaTr = "G195";
+    m.LadS = "SP";
+    m.ChgtOutil = "M6";
+    m.InsertMode = 1;
+    m.HeaderVisible = true;
+    m.HeaderText = "Pi\xC3\xA8"
+                   "ce d\xC3\xA9"
+                   "collet\xC3\xA9"
+                   "e";
+    m.BlocLen = 72;
+    m.CarCartouche = "*";
+    m.CompactCartPosition = 3;
+    m.XML = true;
+    m.ModeInsert = 2;
+    m.PosCarCart = 4;
+    m.CarOrLigneInsert = "N5";
+    m.InsertOneCart = false;
+    m.DontUpdateLigneNumProg = true;
+    m.NbDigitNumProg = 4;
+    m.RemoteMethode = 5;
+    m.RemoteHost = "cn-tour1.atelier";
+    m.RemotePort = "21";
+    m.DefaultDirHostSend = "/envoi/";
+    m.DefaultDirHostReceiv = "/reception/";
+    m.TalmConnexionRole = 1;
+    m.UserName = "operateur";
+    m.UserPassword = "s3cret";
+    m.DefautFileName = "O0001";
+    m.NumProgAsFileName = m.DeleteFileReseau = true;
+    m.SetNbActivity(2);
+    m.Activity[1] = {"Usinage", 10, "U"};
+    m.Activity[2] = {"Arr\xC3\xAAt", -3, "A"};
+    m.CanalAnalyse = {{"Broche", "1001", "B"}, {"Axe X", "1002", "X"}};
+    m.ChainExe = "suite.exe";
+    return m;
+}
+
+// The file that machine gives, written out by hand in the file's order (sections and keys as the
+// format lists them, code page 1252, CR LF).
+std::string CompleteMachineFile() {
+    return ReadBytes(std::string(KIRVA_SOURCE_DIR) + "/tests/machine/data/complete-machine.ini");
+}
+
+// The writer's order and every key's field, byte for byte; reading that file back and writing
+// it into another empty folder gives the same bytes, so every key read lands in its own field.
+TEST_F(MachineWrite, CompleteMachineIntoAnEmptyFolder) {
+    RemonteState remonte{true, "/remonte/", false};
+    const MachineConfig complete = CompleteMachine(MachineDir());
+    ASSERT_TRUE(WriteTelvarIni(complete, workstation, remonte));
+    ASSERT_FALSE(CompleteMachineFile().empty());
+    EXPECT_EQ(ReadBytes(TelvarPath()), CompleteMachineFile());
+
     MachineConfig back;
     RemonteState backRemonte;
     ASSERT_TRUE(ReadTelvarIni(TelvarPath(), back, backRemonte));
-    for (const KeyDef& def : KeyTable()) {
-        if (def.Access != KeyAccess::ReadWrite || def.Numbered()) continue;
-        EXPECT_EQ(GetKeyText(back, backRemonte, def), GetKeyText(machine, remonte, def))
-            << def.Section << " " << def.Key;
-    }
-    ASSERT_EQ(back.NbActivity, 2);
-    EXPECT_EQ(back.Activity[2].RefActivity, "Arret");
-    EXPECT_EQ(back.Activity[2].CodeActivity, -3);
-    ASSERT_EQ(back.CanalAnalyse.size(), 2u);
-    EXPECT_EQ(back.CanalAnalyse[1].RefCanal, "Axe X");
-    EXPECT_EQ(back.CanalAnalyse[1].CarCanal, "X");
+    EXPECT_EQ(back.Socket, 0);
+    // Keys that are written but never read come from the record.
+    back.PortComManager = 4000;
+    back.ModeGestionBD = 3;
+    back.CodeGroupCN = 7;
+    const std::string otherDir = (dir.path() / "M2").string() + platform::kPathSeparator;
+    std::filesystem::create_directories(otherDir);
+    ASSERT_TRUE(WriteTelvarIniTo(otherDir, back, workstation, backRemonte));
+    EXPECT_EQ(ReadBytes(otherDir + "Telvar.ini"), CompleteMachineFile());
     EXPECT_TRUE(messages.entries.empty());
 }
 
-TEST_F(MachineWrite, NewFileHasSectionsInOrderAndChainExeLast) {
-    machine.ChainExe = "next.exe";
-    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
-    const std::string text = ReadBytes(TelvarPath());
-    std::size_t last = 0;
-    bool first = true;
-    for (const char* section :
-         {"[TELVAR]", "[MANAGER]", "[DNC]", "[REMONTE]", "[COMM]", "[OPTION_DNC]", "[CALL_COMM]",
-          "[OPTION_T]", "[OPTION_R]", "[TEMPO]", "[SYNTAXE_MO]", "[SYNTAXE_CARTOUCHE]", "[RESEAU]",
-          "[WORKSHOP ACTIVITY]", "[CANAUX_ANALYSE]", "[CHAINAGE]"}) {
-        const std::size_t at = text.find(section);
-        ASSERT_NE(at, std::string::npos) << section;
-        if (!first) {
-            EXPECT_GT(at, last) << section;
-        }
-        first = false;
-        last = at;
-    }
-    EXPECT_TRUE(text.ends_with("ChainExe=next.exe\r\n")) << text.substr(text.size() - 40);
-    EXPECT_NE(text.find("\r\nladY=Y\r\n"), std::string::npos);
-    EXPECT_EQ(text.find("LadY"), std::string::npos);
-}
-
-TEST_F(MachineWrite, WriteOnlyKeysAndConstants) {
-    machine.PortComManager = 4000;
-    machine.ModeGestionBD = 2;
-    machine.CodeGroupCN = 7;
+// The two timings are constants of the file, whatever it held before.
+TEST_F(MachineWrite, ConstantsReplaceWhatTheFileHeld) {
     WriteTelvar("[TEMPO]\r\nTimeOutBreak=5\r\nTimeOutVideBuffer=1\r\n");
     ASSERT_TRUE(WriteTelvarIni(machine, workstation));
     EXPECT_EQ(Value("TEMPO", "TimeOutBreak"), "108000000");
     EXPECT_EQ(Value("TEMPO", "TimeOutVideBuffer"), "3600");
-    EXPECT_EQ(Value("TELVAR", "IPserver"), "192.168.1.20");
-    EXPECT_EQ(Value("DNC", "PathData"), "/data/talm/");
-    EXPECT_EQ(Value("MANAGER", "PortComManager"), "4000");
-    EXPECT_EQ(Value("DNC", "ModeGestionBD"), "2");
-    EXPECT_EQ(Value("SYNTAXE_MO", "CodeGroupCN"), "7");
-    EXPECT_EQ(Value("TELVAR", "Socket"), "<missing>"); // read, never written
 }
 
 TEST_F(MachineWrite, ReadOnlySocketStaysAsTheFileHadIt) {
@@ -176,13 +293,25 @@ TEST_F(MachineWrite, LineBreaksInValuesCannotAddKeys) {
 }
 
 TEST_F(MachineWrite, CountsFollowTheHeldEntries) {
-    machine.NbActivity = 1000; // no entries held: nothing to write for them
-    machine.CanalAnalyse.assign(40, AnalysisChannel{"C", "1001", "c"});
-    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
-    EXPECT_EQ(Value("WORKSHOP ACTIVITY", "NbActivity"), "0");
-    EXPECT_EQ(Value("CANAUX_ANALYSE", "NbCanalAnalyse"), "32");
-    EXPECT_EQ(Value("CANAUX_ANALYSE", "RefCanal32"), "C");
-    EXPECT_EQ(Value("CANAUX_ANALYSE", "RefCanal33"), "<missing>");
+    struct Case {
+        std::int32_t nbActivity;
+        std::size_t activitiesHeld, channels;
+        const char *activitiesWritten, *channelsWritten;
+    };
+    for (const Case& c :
+         {Case{1000, 0, 32, "0", "32"}, Case{-4, 2, 33, "0", "32"}, Case{5, 2, 0, "2", "0"}}) {
+        machine.Activity.assign(c.activitiesHeld + 1, WorkshopActivity{"R", 1, "c"});
+        machine.NbActivity = c.nbActivity; // out of step with the entries held
+        machine.CanalAnalyse.assign(c.channels, AnalysisChannel{"C", "1001", "c"});
+        ASSERT_TRUE(WriteTelvarIni(machine, workstation));
+        EXPECT_EQ(Value("WORKSHOP ACTIVITY", "NbActivity"), c.activitiesWritten) << c.nbActivity;
+        EXPECT_EQ(Value("WORKSHOP ACTIVITY", "RefActivity1"),
+                  c.activitiesWritten[0] == '0' ? "<missing>" : "R");
+        EXPECT_EQ(Value("CANAUX_ANALYSE", "NbCanalAnalyse"), c.channelsWritten) << c.channels;
+        EXPECT_EQ(Value("CANAUX_ANALYSE", "RefCanal32"), c.channels >= 32 ? "C" : "<missing>");
+        EXPECT_EQ(Value("CANAUX_ANALYSE", "RefCanal33"), "<missing>");
+        std::filesystem::remove(TelvarPath());
+    }
 }
 
 TEST_F(MachineWrite, FailureNamesTheMachine) {
@@ -201,6 +330,22 @@ TEST_F(MachineWrite, FailureNamesTheMachine) {
     }
 }
 
+// A machine without a reference has no Run value: writing it neither sets a value named by
+// blanks nor deletes the Run key's unnamed value, and the file is written all the same.
+TEST_F(MachineWrite, BlankReferenceLeavesTheRunKeyAlone) {
+    const auto root = platform::RegRoot::LocalMachine;
+    ASSERT_TRUE(platform::RegWriteString(root, kRunKey, "", "/opt/autre/Telvar.exe"));
+    ASSERT_TRUE(platform::RegWriteString(root, kRunKey, "TOUR2", "/m2/Telvar.exe"));
+    const std::string registry = ReadBytes(dir / "registry.ini");
+    for (const bool startWithWindows : {true, false}) {
+        machine.RefMO = "  ";
+        machine.StartWithWindows = startWithWindows;
+        EXPECT_TRUE(WriteTelvarIni(machine, workstation)) << startWithWindows;
+        EXPECT_EQ(ReadBytes(dir / "registry.ini"), registry) << startWithWindows;
+    }
+    EXPECT_TRUE(messages.entries.empty());
+}
+
 struct RunCase {
     const char* name;
     bool startWithWindows;
@@ -216,12 +361,12 @@ TEST_P(MachineWriteRun, RunValue) {
     const RunCase& c = GetParam();
     const auto root = platform::RegRoot::LocalMachine;
     if (c.before) {
-        ASSERT_TRUE(platform::RegWriteString(root, kRunKeyPath, "TOUR1", *c.before));
+        ASSERT_TRUE(platform::RegWriteString(root, kRunKey, "TOUR1", *c.before));
     }
     machine.StartWithWindows = c.startWithWindows;
     machine.UseComManager = c.useComManager;
     ASSERT_TRUE(WriteTelvarIni(machine, workstation));
-    const auto value = platform::RegReadString(root, kRunKeyPath, "TOUR1");
+    const auto value = platform::RegReadString(root, kRunKey, "TOUR1");
     if (c.expectMachinePath) {
         EXPECT_EQ(value, MachineDir() + "Telvar.exe");
     } else {

@@ -87,7 +87,8 @@ TEST_F(CatalogueTest, PresetTakesTheGroupKeysAndTheProgramsStandardCodes) {
         {"LadY", "Y"},       {"LadZ", "Z"},        {"CodeVcc", "G96"}, {"CodeStr", "G97"},
         {"CodeVaTr", "G95"}, {"CodeVaMin", "G94"}, {"LadS", "S"}};
     for (const auto& [key, value] : standard) EXPECT_EQ(preset->Fields.at(key), value) << key;
-    EXPECT_EQ(preset->Fields.size(), ControlCatalogue::CatalogueSyntaxKeys().size() + standard.size());
+    // Eleven syntax keys of the group (CarDebProg ... CarSepDec) and the eleven standard codes.
+    EXPECT_EQ(preset->Fields.size(), 22u);
 
     const std::optional<SyntaxPreset> other = catalogue.FNSyntaxPreset(1);
     ASSERT_TRUE(other.has_value());

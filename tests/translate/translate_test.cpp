@@ -74,7 +74,33 @@ TEST_F(TranslateTest, ValuesOfAnyKind) {
     Use("");
     EXPECT_EQ(TranslateText("x1x|x2x|x3x|x4x", kDicoSection, 3, std::string("CN"), "txt", -12L),
               "3|CN|txt|-12");
-    EXPECT_EQ(TranslateText("x1x", kDicoSection, 2.5), FormatValue(2.5));
+    EXPECT_EQ(TranslateText("x1x x2x", kDicoSection, 2.5, -0.125), "2.5 -0.125");
+}
+
+// Texts a profile read would change (quotes around them, blanks at their ends) are learnt so that
+// the dictionary gives them back unchanged.
+TEST_F(TranslateTest, LearntQuotedTextsReadBackUnchanged) {
+    Use("FR.lng");
+    for (const char* text : {"\"Oui\"", "'Non'", "\"", " - "})
+        EXPECT_EQ(TranslateText(text, kDicoSection), text);
+    EXPECT_EQ(ReadBytes(dir / "FR.lng"),
+              Crlf("[KIRVA]\n\"Oui\"=\"\"Oui\"\"\n'Non'=\"'Non'\"\n\"=\"\n-=\" - \"\n"));
+    Use("FR.lng");
+    for (const char* text : {"\"Oui\"", "'Non'", "\"", " - "}) {
+        EXPECT_EQ(ini::GetProfileString(dir / "FR.lng", kDicoSection, text, ""), text) << text;
+        EXPECT_EQ(TranslateText(text, kDicoSection), text);
+    }
+}
+
+// A French dictionary saved as UTF-8 without any entry yet holds only its byte-order mark; what
+// it learns is added in UTF-8 after it, on a line of its own.
+TEST_F(TranslateTest, DictionaryHoldingOnlyAByteOrderMarkLearnsInUtf8) {
+    WriteBytes(dir / "FR.lng", "\xEF\xBB\xBF");
+    Use("FR.lng");
+    EXPECT_EQ(TranslateText("R\xC3\xA9seau", kDicoSection), "R\xC3\xA9seau");
+    EXPECT_EQ(ReadBytes(dir / "FR.lng"), "\xEF\xBB\xBF\r\n[KIRVA]\r\nR\xC3\xA9seau=R\xC3\xA9seau\r\n");
+    Use("FR.lng");
+    EXPECT_EQ(ini::GetProfileString(dir / "FR.lng", kDicoSection, "R\xC3\xA9seau", ""), "R\xC3\xA9seau");
 }
 
 struct TransCase {
