@@ -87,12 +87,13 @@ void IniParseInih(benchmark::State& state) {
 BENCHMARK(IniParseInih)->Unit(benchmark::kMillisecond);
 #endif
 
-// A machine-sized file: 250 keys in 13 sections, with comments, as a Telvar.ini is.
+// A machine-sized file: 250 keys in 13 sections, with comments, as a Telvar.ini is (or `count`
+// keys in sections of 20).
 struct MachineFile {
     fs::path folder;
     std::string path;
     std::vector<std::pair<std::string, std::string>> keys; // section, key
-    MachineFile() {
+    explicit MachineFile(int count = 250) {
         std::random_device rd;
         const char* base = std::getenv("KIRVA_BENCH_DIR"); // another disk to measure on
         folder = (base && *base ? fs::path(base) : fs::temp_directory_path()) /
@@ -100,7 +101,7 @@ struct MachineFile {
         fs::create_directories(folder);
         path = (folder / "Telvar.ini").string();
         std::string text = "; Telvar\r\n";
-        for (int i = 0; i < 250; ++i) {
+        for (int i = 0; i < count; ++i) {
             const std::string section = "SECTION_" + std::to_string(i / 20);
             if (i % 20 == 0) text += "\r\n[" + section + "]\r\n; keys of " + section + "\r\n";
             const std::string key = "Key" + std::to_string(i);
@@ -151,5 +152,28 @@ void IniVarWrite250KeysBatch(benchmark::State& state) {
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * file.keys.size()));
 }
 BENCHMARK(IniVarWrite250KeysBatch)->Unit(benchmark::kMicrosecond);
+
+// Every key of a larger file changed in one BatchScope: the time per key must not grow with the
+// length of the file (a key line replaced by another moves no section header).
+void IniVarWriteBatchOfLargeFile(benchmark::State& state) {
+    MachineFile file(static_cast<int>(state.range(0)));
+    kirva::clsIniVar ini;
+    ini.Path(file.path);
+    int round = 0;
+    for (auto _ : state) {
+        ++round;
+        kirva::ini::BatchScope batch;
+        for (const auto& [section, key] : file.keys)
+            ini.WriteStr(std::to_string(round), std::string(key), std::string(section));
+        if (!batch.Flush()) state.SkipWithError("flush failed");
+    }
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * file.keys.size()));
+}
+BENCHMARK(IniVarWriteBatchOfLargeFile)
+    ->ArgName("keys")
+    ->Arg(1000)
+    ->Arg(4000)
+    ->Arg(8000)
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace

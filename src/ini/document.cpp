@@ -308,12 +308,15 @@ void Document::ReplaceLine(std::size_t at, std::string_view text) {
     const std::vector<std::string_view> pieces = SplitLines(text);
     // A replaced last line that had no line end gets one, as everything after it will need it.
     const LineEnd own = lines_[at].end == LineEnd::None ? newLineEnd_ : lines_[at].end;
+    const bool wasHeader = lines_[at].kind == Kind::Header;
     lines_[at] = MakeLine(pieces[0], pieces.size() > 1 ? newLineEnd_ : own);
     std::vector<Line> added;
     for (std::size_t i = 1; i < pieces.size(); ++i)
         added.push_back(MakeLine(pieces[i], i + 1 < pieces.size() ? newLineEnd_ : own));
     lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(at + 1), added.begin(), added.end());
-    Changed();
+    // One key line replaced by another moves no header: the index of headers stays valid, so a
+    // save of many keys costs no walk of the whole file per key.
+    if (!added.empty() || wasHeader || lines_[at].kind == Kind::Header) Changed();
 }
 
 void Document::AppendSection(std::string_view name, const std::vector<std::string>& lines) {

@@ -75,8 +75,9 @@ TEST_F(EditorDictionary, EnglishHoldsEveryTextTheProgramShows) {
     AllFilesFilter();
     TK_TRANSLATE::TranslateText(CatalogueText(244), kDicoSection);
     for (const char* text :
-         {texts::kKirvaIniMissing, texts::kDecimalPointNeeded, kKalderonIniMissing, kHarbixIniMissing,
-          kCallerFileReadFailed, kCallerFileWriteFailed, kTelvarReadFailed, kTelvarWriteFailed}) {
+         {texts::kKirvaIniMissing, texts::kKirvaIniCountOutOfRange, texts::kDecimalPointNeeded,
+          kKalderonIniMissing, kHarbixIniMissing, kCallerFileReadFailed, kCallerFileWriteFailed,
+          kTelvarReadFailed, kTelvarWriteFailed}) {
         TK_TRANSLATE::TranslateText(text, kDicoSection);
     }
     TK_TRANSLATE::Shared().Init("");
