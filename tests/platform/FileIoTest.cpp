@@ -17,7 +17,9 @@
 namespace kirva::platform {
 namespace {
 
+using test::ModeOf;
 using test::ReadBytes;
+using test::ScopedUmask;
 using test::TempDir;
 using test::WriteBytes;
 
@@ -132,21 +134,6 @@ INSTANTIATE_TEST_SUITE_P(
         LinkCase{"Loop", {{"Telvar.ini", "b.ini"}, {"b.ini", "Telvar.ini"}}, FileResult::Failed, nullptr},
         LinkCase{"IntoMissingFolder", {{"Telvar.ini", "none/Telvar.ini"}}, FileResult::Failed, nullptr}),
     [](const auto& info) { return std::string(info.param.name); });
-
-// Restores the umask when the test ends.
-class ScopedUmask {
-  public:
-    explicit ScopedUmask(mode_t mask) : old_(::umask(mask)) {}
-    ~ScopedUmask() { ::umask(old_); }
-
-  private:
-    mode_t old_;
-};
-
-mode_t ModeOf(const std::string& path) {
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
-}
 
 // A replaced file keeps its mode; a new one gets the umask's, never open to other users (a
 // machine file holds a password).

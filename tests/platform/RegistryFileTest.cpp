@@ -21,31 +21,16 @@ namespace kirva::platform {
 namespace {
 
 namespace fs = std::filesystem;
+using test::ModeOf;
 using test::ReadBytes;
 using test::ScopedEnv;
+using test::ScopedUmask;
 using test::TempDir;
 using test::WriteBytes;
 
 const std::string kKalderon = "SOFTWARE\\MAROVEX\\TALM\\KALDERON";
 const std::string kHeader = "[HKEY_LOCAL_MACHINE\\SOFTWARE\\MAROVEX\\TALM\\KALDERON]";
 constexpr off_t kLimit = 64 << 20; // the documented size limit of the registry file
-
-class ScopedUmask {
-  public:
-    explicit ScopedUmask(mode_t mask) : old_(::umask(mask)) {}
-    ~ScopedUmask() { ::umask(old_); }
-    ScopedUmask(const ScopedUmask&) = delete;
-    ScopedUmask& operator=(const ScopedUmask&) = delete;
-
-  private:
-    mode_t old_;
-};
-
-mode_t ModeOf(const std::string& path) {
-    struct stat info {};
-    EXPECT_EQ(::lstat(path.c_str(), &info), 0) << path;
-    return info.st_mode & 07777;
-}
 
 std::set<std::string> NamesIn(const fs::path& folder) {
     std::set<std::string> names;
