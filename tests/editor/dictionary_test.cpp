@@ -21,6 +21,7 @@
 #include "ini/clsIniVar.h"
 #include "ini/profile.h"
 #include "machine/TelvarFile.h"
+#include "machine/Validation.h"
 
 namespace kirva {
 namespace {
@@ -77,7 +78,8 @@ TEST_F(EditorDictionary, EnglishHoldsEveryTextTheProgramShows) {
     for (const char* text :
          {texts::kKirvaIniMissing, texts::kKirvaIniCountOutOfRange, texts::kDecimalPointNeeded,
           kKalderonIniMissing, kHarbixIniMissing, kCallerFileReadFailed, kCallerFileWriteFailed,
-          kTelvarReadFailed, kTelvarWriteFailed}) {
+          kTelvarReadFailed, kTelvarWriteFailed, kDuplicateReference, kReferenceNeeded,
+          kServerFolderNeededTransfer, kServerFolderNeeded, kReferenceNotAFileName}) {
         TK_TRANSLATE::TranslateText(text, kDicoSection);
     }
     TK_TRANSLATE::Shared().Init("");
