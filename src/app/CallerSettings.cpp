@@ -1,9 +1,7 @@
 #include "app/CallerSettings.h"
 
 #include <cmath>
-#include <filesystem>
 #include <limits>
-#include <system_error>
 #include <variant>
 #include <vector>
 
@@ -91,43 +89,15 @@ EntryFormat FormatFor(int mode, std::int32_t number) {
     return {HarbixKeys(), "CNC", std::to_string(number)};
 }
 
-// A regular file (after links). A folder, a device or a FIFO is not a usable settings file; the
-// type is tested without opening anything, so that a FIFO cannot block.
-bool IsUsableFile(const std::string& path) {
-    std::error_code ec;
-    return std::filesystem::is_regular_file(std::filesystem::path(path), ec);
-}
-
-// The caller's file as it exists on disk (looked up without regard to case where names are
-// case-sensitive); the path as given when there is none. Only a regular file exists here.
+// The caller's file as it exists on disk (see ExistingFile); the path as given when there is none.
 std::string ExistingPath(const std::string& path, bool* exists = nullptr) {
-    const std::filesystem::path p(path);
-    bool found = IsUsableFile(path);
-    std::string result = path;
-    if (!found) {
-        const std::string folder = p.has_parent_path() ? p.parent_path().string() : std::string(".");
-        if (auto other = platform::FindFileNoCase(folder, p.filename().string());
-            other && IsUsableFile(*other)) {
-            result = *other;
-            found = true;
-        }
-    }
-    if (exists) *exists = found;
-    return result;
+    const auto found = ExistingFile(path);
+    if (exists) *exists = found.has_value();
+    return found.value_or(path);
 }
 
 void ShowFileProblem(const char* text, const std::string& path) {
     Messages().Show(TK_TRANSLATE::TranslateText(text, kDicoSection) + path, IconWarning, MsgButtons::Ok);
-}
-
-// An integer by the number-prefix rule, rounded to 32 bits; nullopt when it does not fit.
-std::optional<std::int32_t> ToInt32(const std::string& text) {
-    const double value = RoundHalfEven(ParseLeadingNumber(text));
-    if (!std::isfinite(value) || value < std::numeric_limits<std::int32_t>::min() ||
-        value > std::numeric_limits<std::int32_t>::max()) {
-        return std::nullopt;
-    }
-    return static_cast<std::int32_t>(value);
 }
 
 bool ReadEntryKeys(int mode, const std::string& path, std::int32_t number, MachineConfig& machine) {
@@ -145,7 +115,7 @@ bool ReadEntryKeys(int mode, const std::string& path, std::int32_t number, Machi
         } else if (auto f = std::get_if<StringAccessor>(&key.Member)) {
             (*f)(machine) = text;
         } else {
-            const auto value = ToInt32(text);
+            const auto value = ParseInt32(text);
             if (!value) {
                 ShowFileProblem(kCallerFileReadFailed, path);
                 return false;

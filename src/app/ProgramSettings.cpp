@@ -1,10 +1,6 @@
 #include "app/ProgramSettings.h"
 
-#include <cmath>
 #include <cstdint>
-#include <filesystem>
-#include <limits>
-#include <system_error>
 
 #include "app/MessageTexts.h"
 #include "ini/clsIniVar.h"
@@ -18,23 +14,12 @@ namespace {
 // Largest list the hand-off file may ask for; a larger count is a broken file, not a workshop.
 constexpr std::int32_t kMaxListSize = 10000;
 
-// A regular file (after links): a folder, a device or a FIFO is no settings file, and testing the
-// type opens nothing, so that a FIFO cannot block.
-bool FileExists(const std::string& path) {
-    std::error_code ec;
-    return std::filesystem::is_regular_file(std::filesystem::path(path), ec);
-}
-
 // An integer key: number-prefix rule, then the nearest 32-bit integer (halves to even).
 // False when the value does not fit in 32 bits.
 bool ReadInteger(const std::string& path, const char* section, const char* key, std::int32_t& out) {
-    const double value = RoundHalfEven(ParseLeadingNumber(FNReadIniString(path, section, key, "")));
-    if (!std::isfinite(value) || value < static_cast<double>(std::numeric_limits<std::int32_t>::min()) ||
-        value > static_cast<double>(std::numeric_limits<std::int32_t>::max())) {
-        return false;
-    }
-    out = static_cast<std::int32_t>(value);
-    return true;
+    const auto value = ParseInt32(FNReadIniString(path, section, key, ""));
+    if (value) out = *value;
+    return value.has_value();
 }
 
 std::string ReadFolder(const std::string& path, const char* key) {
@@ -47,13 +32,13 @@ std::string ReadFolder(const std::string& path, const char* key) {
 // holds it, and gives false.
 bool ReadCount(const std::string& path, const char* section, const char* key, std::int32_t& out) {
     const std::string text = Trim(FNReadIniString(path, section, key, ""));
-    const double value = RoundHalfEven(ParseLeadingNumber(text));
-    if (!std::isfinite(value) || value < 0 || value > static_cast<double>(kMaxListSize)) {
+    const auto value = ParseInt32(text);
+    if (!value || *value < 0 || *value > kMaxListSize) {
         ShowMessage(texts::kKirvaIniCountOutOfRange, IconWarning, MsgButtons::Ok, std::string(key), text,
                     std::to_string(kMaxListSize));
         return false;
     }
-    out = static_cast<std::int32_t>(value);
+    out = *value;
     return true;
 }
 
@@ -72,7 +57,7 @@ bool ReadList(const std::string& path, const char* section, const std::string& p
 } // namespace
 
 bool ReadProgramSettings(const std::string& path, ProgramSettings& settings) {
-    if (!FileExists(path)) {
+    if (!ExistingFile(path)) {
         ShowMessage(texts::kKirvaIniMissing, IconWarning);
         return false;
     }

@@ -1,8 +1,5 @@
 #include "app/Startup.h"
 
-#include <filesystem>
-#include <system_error>
-
 #include "app/MessageTexts.h"
 #include "ini/helpers.h"
 #include "platform/platform.h"
@@ -17,12 +14,8 @@ namespace {
 // file spelled differently ("kirva.ini") is the same file, as it would be on Windows. Only a regular
 // file counts: a folder or a FIFO of that name is not the hand-off (its reader says it is missing).
 std::string SettingsFileIn(const std::string& exeFolder) {
-    std::string path = exeFolder + "Kirva.ini";
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(std::filesystem::path(path), ec)) {
-        if (auto found = platform::FindFileNoCase(exeFolder, "Kirva.ini")) path = *found;
-    }
-    return path;
+    const std::string path = exeFolder + "Kirva.ini";
+    return ExistingFile(path).value_or(path);
 }
 
 } // namespace

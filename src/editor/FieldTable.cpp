@@ -432,9 +432,9 @@ bool SetCallerText(MachineConfig& machine, std::string_view key, const std::stri
     }
     const CallerField* f = FindCallerField(key);
     if (f == nullptr || f->Number == nullptr) return false;
-    const double value = RoundHalfEven(ParseLeadingNumber(Trim(text)));
-    if (!(value >= -2147483648.0 && value <= 2147483647.0)) return false;
-    machine.*(f->Number) = static_cast<std::int32_t>(value);
+    const auto value = ParseInt32(Trim(text));
+    if (!value) return false;
+    machine.*(f->Number) = *value;
     return true;
 }
 

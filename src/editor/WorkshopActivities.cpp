@@ -6,7 +6,6 @@
 #include <QPushButton>
 #include <QTableWidget>
 #include <QVBoxLayout>
-#include <limits>
 
 #include "ini/clsIniVar.h"
 #include "ini/helpers.h"
@@ -19,12 +18,7 @@ namespace {
 enum Column { ColCode = 0, ColRef = 1, ColCar = 2 };
 
 std::int32_t CodeOf(const QString& text) {
-    const double value = RoundHalfEven(ParseLeadingNumber(Trim(text.toStdString())));
-    if (!(value >= std::numeric_limits<std::int32_t>::min() &&
-          value <= std::numeric_limits<std::int32_t>::max())) {
-        return 0;
-    }
-    return static_cast<std::int32_t>(value);
+    return ParseInt32(Trim(text.toStdString())).value_or(0);
 }
 
 } // namespace

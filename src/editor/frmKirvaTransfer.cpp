@@ -26,8 +26,7 @@ constexpr const char* kShownState = "kirvaShownState";
 constexpr const char* kShownValue = "kirvaShownValue";
 
 int NumberOf(const std::string& text) {
-    const double value = RoundHalfEven(ParseLeadingNumber(text));
-    return value >= -2147483648.0 && value <= 2147483647.0 ? static_cast<int>(value) : 0;
+    return ParseInt32(text).value_or(0);
 }
 
 QButtonGroup* GroupOf(QWidget* holder) {

@@ -78,6 +78,12 @@ double RoundHalfEven(double value) {
     return std::round(value);
 }
 
+std::optional<std::int32_t> ParseInt32(const std::string& text) {
+    const double value = RoundHalfEven(ParseLeadingNumber(text));
+    if (!(value >= -2147483648.0 && value <= 2147483647.0)) return std::nullopt; // NaN too
+    return static_cast<std::int32_t>(value);
+}
+
 void clsIniVar::Init(std::string path, std::string section, std::string key, std::string value) {
     path_ = std::move(path);
     section_ = std::move(section);

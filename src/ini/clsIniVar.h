@@ -3,6 +3,8 @@
 // matching property and the caller's variable receives it (arguments by reference).
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,8 @@ bool WriteIniString(const std::string& path, const std::string& section, const s
 double ParseLeadingNumber(const std::string& text);
 // Nearest integer, halves to even, for narrowing numbers read from files.
 double RoundHalfEven(double value);
+// An integer by the leading-number rule, rounded halves to even; nullopt when it does not fit 32 bits.
+std::optional<std::int32_t> ParseInt32(const std::string& text);
 
 class clsIniVar {
   public:

@@ -168,4 +168,12 @@ void WriteSectionLines(const std::string& path, const std::string& section,
     ini::WriteProfileSection(path, section, content);
 }
 
+std::optional<std::string> ExistingFile(const std::string& path) {
+    platform::FileStamp stamp;
+    if (platform::StatFile(path, stamp) == platform::FileResult::Ok) return path;
+    const std::size_t slash = path.find_last_of(platform::kPathSeparator);
+    if (slash == std::string::npos) return platform::FindFileNoCase(".", path);
+    return platform::FindFileNoCase(path.substr(0, slash), path.substr(slash + 1));
+}
+
 } // namespace kirva

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,12 @@ std::int16_t ReadSectionLines(const std::string& path, const std::string& sectio
 // Replaces every line of the section by the given lines, all of them, in order.
 void WriteSectionLines(const std::string& path, const std::string& section,
                        const std::vector<std::string>& lines);
+
+// The regular file at path as it is on disk: the path itself, or, where file names are
+// case-sensitive, the one spelled otherwise ("telvar.ini" for "Telvar.ini"). nullopt when there
+// is none: a folder, a device or a FIFO of that name is no settings file (nothing is opened, so a
+// FIFO cannot block).
+std::optional<std::string> ExistingFile(const std::string& path);
 
 // Trims blanks (space, tab) at both ends / at the end only.
 std::string Trim(const std::string& text);

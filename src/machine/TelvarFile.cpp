@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <limits>
-#include <system_error>
 #include <vector>
 
 #include "ini/clsIniVar.h"
@@ -17,24 +15,6 @@
 namespace kirva {
 
 namespace {
-
-// A regular file (after links). A folder, a device or a FIFO is no machine file; the type is
-// tested without opening anything, so that a FIFO cannot block.
-bool FileExists(const std::string& path) {
-    std::error_code ec;
-    return std::filesystem::is_regular_file(std::filesystem::path(path), ec);
-}
-
-// The file as it exists on disk, looked up without regard to case where names are case-sensitive;
-// nullopt when there is no regular file of that name.
-std::optional<std::string> ExistingFile(const std::string& path) {
-    if (FileExists(path)) return path;
-    const std::filesystem::path p(path);
-    const std::string folder = p.has_parent_path() ? p.parent_path().string() : std::string(".");
-    auto found = platform::FindFileNoCase(folder, p.filename().string());
-    if (found && !FileExists(*found)) return std::nullopt;
-    return found;
-}
 
 // Largest count of a numbered list that is taken as the file says without looking at its keys.
 constexpr std::int64_t kCountKeptUpTo = 1000;

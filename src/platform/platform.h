@@ -109,7 +109,8 @@ FileResult ReadWholeFile(const std::string& path, std::string& bytes, FileStamp&
 // over the file, which keeps its permissions and, where the process may set them, its owner and
 // group. A new file is never open to other users. A symbolic link stays a link: the file it
 // points to is replaced, or created when missing; a loop of links fails. Temporary files that a
-// killed writer left beside the file are removed by the next write once they are stale.
+// killed writer left beside the file are removed once they are stale (at the first write of the
+// file in each process).
 // While the file is held exclusively, `build` gets its current content (nullptr when it does
 // not exist) and fills `bytes`. Refused, with the file untouched: ReadOnly (no write
 // permission, or the read-only attribute), Locked (another program holds a lock on it),

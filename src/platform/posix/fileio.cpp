@@ -16,11 +16,13 @@
 #include <cstdio>
 #include <dirent.h>
 #include <fcntl.h>
+#include <mutex>
 #include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <unordered_set>
 
 namespace kirva::platform {
 
@@ -185,6 +187,15 @@ int CreateTemporaryBeside(const std::string& path, std::string& temporary) {
 
 // Temporary files of this file that a killed writer left behind, more than kStaleAfter old.
 void RemoveStaleTemporaries(const std::string& path) {
+    // Once per file and process: a temporary goes stale a minute after its writer was killed, and
+    // reading the folder at every write would cost more than the write in a folder of many files.
+    static std::mutex mutex;
+    static std::unordered_set<std::string> swept;
+    {
+        const std::lock_guard lock(mutex);
+        if (swept.size() > 4096) swept.clear();
+        if (!swept.insert(path).second) return;
+    }
     DIR* folder = ::opendir(FolderOf(path).c_str());
     if (!folder) return;
     const std::string name = NameOf(path);

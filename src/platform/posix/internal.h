@@ -63,7 +63,8 @@ bool ResolveLinks(const std::string& path, std::string& target);
 int CreateTemporaryBeside(const std::string& path, std::string& temporary);
 // Whether a folder entry is a temporary file of the file named `name`.
 bool IsTemporaryOf(std::string_view entry, std::string_view name);
-// Removes the temporary files of `path` that are older than a minute (left by a killed writer).
+// Removes the temporary files of `path` that are older than a minute (left by a killed writer),
+// at the first call for that path in this process.
 void RemoveStaleTemporaries(const std::string& path);
 
 // ------------------------------------------------------------------ ICMP echo
