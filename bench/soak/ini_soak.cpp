@@ -5,7 +5,7 @@
 // writers   several processes writing distinct keys into one file at once; no key may be lost
 // badfiles  paths that are not usable settings files (folder, FIFO, device, oversized, write-only,
 //           read-only folder, link loop, dangling link, empty, NUL bytes), with every kind of write
-// The loads are those of the reliability tests (support/IniLoads.h), here for minutes.
+// The loads (loads.h) also run in the reliability tests of the core suite, there for seconds.
 // Prints one summary line and exits with 0 when no fault was seen, 1 otherwise.
 #include <cstdio>
 #include <cstdlib>
@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "support/IniLoads.h"
+#include "soak/loads.h"
 
 namespace {
 

@@ -1,46 +1,28 @@
 // Reading the hand-off file Kirva.ini.
 #include <gtest/gtest.h>
 
-#include <string>
+#include <cstdint>
 #include <vector>
 
-#include "app/ProgramSettings.h"
-#include "ini/profile.h"
-#include "platform/platform.h"
-#include "support/TestSupport.h"
+#include "app/AppTestSupport.h"
 
-namespace kirva {
+namespace kirva::test {
 namespace {
 
 using Strings = std::vector<std::string>;
 const std::string kSep(1, platform::kPathSeparator);
 
-class ProgramSettingsTest : public ::testing::Test {
+class ProgramSettingsTest : public AppFixture {
   protected:
-    void SetUp() override { ini::ClearCache(); }
     // Writes Kirva.ini with CR LF line ends and reads it.
     bool Read(const std::string& content) {
         std::string crlf;
         for (char c : content) crlf += c == '\n' ? std::string("\r\n") : std::string(1, c);
-        test::WriteBytes(dir / "Kirva.ini", crlf);
+        WriteBytes(dir / "Kirva.ini", crlf);
         ini::ClearCache();
         return ReadProgramSettings(dir / "Kirva.ini", settings);
     }
-    test::TempDir dir;
-    test::RecordingMessages messages;
-    ProgramSettings settings;
 };
-
-TEST_F(ProgramSettingsTest, MissingFileOrAFolderIsReportedAndLeavesTheSettings) {
-    settings.Mode = 7;
-    EXPECT_FALSE(ReadProgramSettings(dir / "Kirva.ini", settings));
-    std::filesystem::create_directory(dir.path() / "Kirva.ini");
-    EXPECT_FALSE(ReadProgramSettings(dir / "Kirva.ini", settings));
-    ASSERT_EQ(messages.entries.size(), 2u);
-    EXPECT_EQ(messages.entries[0].text, "Le fichier Kirva.ini est introuvable !");
-    EXPECT_EQ(messages.entries[0].icon, IconWarning);
-    EXPECT_EQ(settings.Mode, 7);
-}
 
 TEST_F(ProgramSettingsTest, EveryKeyIsRead) {
     ASSERT_TRUE(Read("[KIRVA]\nMode=2\nAppCalling=1\nCurrentIndexMO=3\n"
@@ -66,7 +48,7 @@ TEST_F(ProgramSettingsTest, EveryKeyIsRead) {
 }
 
 TEST_F(ProgramSettingsTest, OptionalSectionsAndMissingNumberedKeys) {
-    ASSERT_TRUE(Read("[KIRVA]\nMode=1\nAppCalling=1\n"));
+    ASSERT_TRUE(Read("[KIRVA]\nMode=1\nAppCalling=1\nPathDirData=   \n"));
     EXPECT_EQ(settings.CurrentIndexMO, 0);
     EXPECT_EQ(settings.PathDirData, "");
     EXPECT_EQ(settings.RefMO, Strings{""});
@@ -76,57 +58,54 @@ TEST_F(ProgramSettingsTest, OptionalSectionsAndMissingNumberedKeys) {
     EXPECT_EQ(settings.RefMO, (Strings{"", "A", "", "C"}));
 }
 
+// Mode, AppCalling and CurrentIndexMO: the number the text starts with, then the nearest 32-bit
+// integer with halves to even.
 TEST_F(ProgramSettingsTest, IntegersFollowTheNumberPrefixThenHalfToEven) {
-    const std::vector<std::pair<std::string, std::int32_t>> cases{{"1.5", 2},
-                                                                  {"2.5", 2},
-                                                                  {"0.5", 0},
-                                                                  {"-1.5", -2},
-                                                                  {"abc", 0},
-                                                                  {"", 0},
-                                                                  {"2abc", 2},
-                                                                  {"1,7", 1},
-                                                                  {"  3  ", 3},
-                                                                  {"1e1", 10},
-                                                                  {"2147483647", INT32_MAX},
-                                                                  {"-2147483648", INT32_MIN},
-                                                                  {"-2147483648.5", INT32_MIN},
-                                                                  {"2147483646.5", 2147483646}};
-    for (const char* key : {"Mode", "AppCalling", "CurrentIndexMO"}) {
-        for (const auto& [text, value] : cases) {
-            ASSERT_TRUE(Read(std::string("[KIRVA]\n") + key + "=" + text + "\n")) << key << "=" << text;
-            const std::int32_t read = std::string(key) == "Mode"         ? settings.Mode
-                                      : std::string(key) == "AppCalling" ? settings.AppCalling
-                                                                         : settings.CurrentIndexMO;
-            EXPECT_EQ(read, value) << key << "=" << text;
-        }
+    const std::pair<std::string, std::int32_t> cases[] = {{"2.5", 2},
+                                                          {"-1.5", -2},
+                                                          {"abc", 0},
+                                                          {"2abc", 2},
+                                                          {"2147483647", INT32_MAX},
+                                                          {"-2147483648", INT32_MIN},
+                                                          {"-2147483648.5", INT32_MIN},
+                                                          {"2147483646.5", 2147483646}};
+    for (const auto& [text, value] : cases) {
+        ASSERT_TRUE(
+            Read("[KIRVA]\nMode=" + text + "\nAppCalling=" + text + "\nCurrentIndexMO=" + text + "\n"))
+            << text;
+        EXPECT_EQ(settings.Mode, value) << text;
+        EXPECT_EQ(settings.AppCalling, value) << text;
+        EXPECT_EQ(settings.CurrentIndexMO, value) << text;
     }
 }
 
-TEST_F(ProgramSettingsTest, FolderPathsAreTrimmedWithOneTrailingSeparator) {
-    const std::vector<std::pair<std::string, std::string>> cases{{"  /data  ", "/data" + kSep},
-                                                                 {"", ""},
-                                                                 {"   ", ""},
-                                                                 {"/data/", "/data/"},
-                                                                 {"\t/d a/x\t", "/d a/x" + kSep}};
-    for (const auto& [value, expected] : cases) {
-        ASSERT_TRUE(Read("[KIRVA]\nPathDirData=" + value + "\n"));
-        EXPECT_EQ(settings.PathDirData, expected) << value;
-    }
-}
-
-// Damaged hand-off files: an integer beyond 32 bits (after rounding), a negative count, a list
-// longer than any workshop. The read fails as a whole and the settings read before stay.
+// Damaged hand-off files: an integer beyond 32 bits (after rounding) fails the read without a word;
+// a list count that is negative, beyond 32 bits or longer than any workshop is reported with the key
+// and the value as the file holds it. Either way the settings read before stay.
 TEST_F(ProgramSettingsTest, DamagedNumbersFailTheReadAndLeaveTheSettings) {
+    const std::string incorrect = "Le fichier Kirva.ini est incorrect : ";
+    const std::string limit = ", alors que la valeur doit être comprise entre 0 et 10000 !";
+    const std::pair<std::string, std::string> cases[] = {
+        {"[KIRVA]\nMode=2147483648\n", ""},
+        {"[KIRVA]\nMode=-2147483649\n", ""},
+        {"[KIRVA]\nMode=2147483647.5\n", ""},
+        {"[KIRVA]\nMode=1e999\n", ""},
+        {"[KIRVA]\nAppCalling=-2147483648.6\n", ""},
+        {"[KIRVA]\nCurrentIndexMO=-9e99\n", ""},
+        {"[KIRVA]\nNbDevice=10001\n", incorrect + "NbDevice vaut 10001" + limit},
+        {"[KIRVA]\nNbDevice=4294967296\n", incorrect + "NbDevice vaut 4294967296" + limit},
+        {"[KIRVA]\nNbDevice= -1 \n", incorrect + "NbDevice vaut -1" + limit},
+        {"[TREEVIEW]\nNbTreeViewNode=1e9\n", incorrect + "NbTreeViewNode vaut 1e9" + limit},
+        {"[SPECIFICITE]\nNbSpe=10000.6\n", incorrect + "NbSpe vaut 10000.6" + limit},
+    };
     ASSERT_TRUE(Read("[KIRVA]\nMode=1\nNbDevice=1\n[CNC]\nRefMO1=A\n"));
-    for (const char* content :
-         {"[KIRVA]\nMode=2147483648\n", "[KIRVA]\nMode=-2147483649\n", "[KIRVA]\nMode=2147483647.5\n",
-          "[KIRVA]\nMode=1e999\n", "[KIRVA]\nAppCalling=1e12\n", "[KIRVA]\nAppCalling=-2147483648.6\n",
-          "[KIRVA]\nCurrentIndexMO=2147483648\n", "[KIRVA]\nCurrentIndexMO=-9e99\n",
-          "[KIRVA]\nNbDevice=4294967296\n", "[KIRVA]\nNbDevice=-1\n", "[KIRVA]\nNbDevice=10001\n",
-          "[TREEVIEW]\nNbTreeViewNode=2147483648\n", "[TREEVIEW]\nNbTreeViewNode=-3\n",
-          "[TREEVIEW]\nNbTreeViewNode=10001\n", "[SPECIFICITE]\nNbSpe=2147483648\n",
-          "[SPECIFICITE]\nNbSpe=-1\n", "[SPECIFICITE]\nNbSpe=10001\n"}) {
+    for (const auto& [content, message] : cases) {
+        messages.entries.clear();
         EXPECT_FALSE(Read(content)) << content;
+        if (message.empty())
+            EXPECT_TRUE(messages.entries.empty()) << content;
+        else
+            EXPECT_TRUE(messages.Only(message, IconWarning)) << content;
         EXPECT_EQ(settings.Mode, 1) << content;
         EXPECT_EQ(settings.RefMO, (Strings{"", "A"})) << content;
     }
@@ -143,4 +122,4 @@ TEST_F(ProgramSettingsTest, ListsUpToTheirLimit) {
 }
 
 } // namespace
-} // namespace kirva
+} // namespace kirva::test

@@ -1,187 +1,155 @@
 // Start-up from the command line to the decision to show the window or to end: the switch, the
-// program's folders, the hand-off file, the machine to modify and the single instance.
+// program's folders, the hand-off file, the machine to modify from either calling program's file,
+// and the single instance.
 #include <gtest/gtest.h>
-
-#include <filesystem>
-#include <optional>
-#include <ostream>
-#include <string>
 
 #ifndef _WIN32
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #endif
 
-#include "app/Startup.h"
-#include "machine/MachineFixture.h"
-#include "platform/platform.h"
+#include "app/AppTestSupport.h"
 
 namespace kirva::test {
 namespace {
 
-namespace fs = std::filesystem;
 const std::string kSep(1, platform::kPathSeparator);
 
-// The hand-off file; the caller's settings file is the program manager's of the test folder.
-std::string HandOff(int mode, int appCalling, int currentIndex, int nbDevice) {
-    return "[KIRVA]\r\nMode=" + std::to_string(mode) + "\r\nAppCalling=" + std::to_string(appCalling) +
-           "\r\nCurrentIndexMO=" + std::to_string(currentIndex) + "\r\nNbDevice=" + std::to_string(nbDevice) +
-           "\r\nPathDirData=@ROOT@/Data\r\nPathAppCallingIni=@ROOT@/Kalderon.ini\r\n"
-           "[CNC]\r\nRefMO1=TOUR\r\nRefMO2=FRAISEUSE\r\n";
+// The messages start-up may end with.
+const char* const kNoHandOff = "Le fichier Kirva.ini est introuvable !";
+const char* const kCountTooLarge = "Le fichier Kirva.ini est incorrect : NbDevice vaut 10001, alors que la "
+                                   "valeur doit être comprise entre 0 et 10000 !";
+const char* const kNoMachineFile = "Le fichier d'initialisation du Port DNC est introuvable.";
+const char* const kDamagedMachineFile = "Problème durant l'ouverture du fichier telvar.ini";
+
+// Folders are written with '/' in the table.
+std::string Native(std::string path) {
+    for (char& c : path)
+        if (c == '/') c = platform::kPathSeparator;
+    return path;
+}
+
+// The hand-off file for "<Mode><AppCalling><CurrentIndexMO><NbDevice>", one digit each, or the text
+// itself when it is a file's text. The caller's settings file is the test folder's Harbix.ini for
+// Mode 2, its Kalderon.ini otherwise.
+std::string HandOff(const std::string& root, const std::string& code) {
+    if (code.size() != 4) return code;
+    return "[KIRVA]\r\nMode=" + code.substr(0, 1) + "\r\nAppCalling=" + code.substr(1, 1) +
+           "\r\nCurrentIndexMO=" + code.substr(2, 1) + "\r\nNbDevice=" + code.substr(3, 1) +
+           "\r\nPathDirData=" + root + "/Data\r\nPathAppCallingIni=" + root +
+           (code[0] == '2' ? "/Harbix.ini" : "/Kalderon.ini") +
+           "\r\n[CNC]\r\nRefMO1=TOUR\r\nRefMO2=FRAISEUSE\r\n";
 }
 
 struct StartCase {
     const char* name;
-    std::string commandLine;
-    std::string folder;                 // start folder, below the test folder
-    std::optional<std::string> handOff; // nullopt: no hand-off file
-    std::string handOffName = "Kirva.ini";
-    StartupAction action = StartupAction::End;
-    bool reported = false; // "Le fichier Kirva.ini est introuvable !" was shown
-    std::string exeFolder; // expected, below the test folder; "" = the install folder
+    const char* commandLine;
+    const char* folder;  // start folder, below the test folder
+    const char* exe;     // expected executable folder below the test folder; "" the installation's,
+                         // nullptr: the command line does not ask to start
+    const char* file;    // the hand-off file's name in the start folder; nullptr: none
+    const char* handOff; // see HandOff
+    StartupAction action;
+    const char* message; // the one message shown (critical for the machine file's), nullptr none
+    const char* machine; // "Name/RefMO" of the machine to modify as read
 };
-
-void PrintTo(const StartCase& c, std::ostream* os) {
-    *os << c.name;
-}
 
 class StartupTest : public MachineFixture, public ::testing::WithParamInterface<StartCase> {
   protected:
     StartupTest() {
+        // Entry 1 of the program manager has no server folder; entry 3's machine file is damaged.
         WriteBytes(dir / "Kalderon.ini",
-                   "[KALDERON]\r\nNbDevice=2\r\n[CNC1]\r\nName=TOUR\r\nPathTelvar=\r\n");
+                   "[KALDERON]\r\n[CNC1]\r\nName=TOUR\r\n[CNC2]\r\nName=Tour 2\r\nPathTelvar=" +
+                       MachineDir() + "\r\n[CNC3]\r\nName=TOUR3\r\nPathTelvar=" + (dir / "M2") + "\r\n");
+        // Entry 1 of the transfer program names a folder without a machine file.
+        WriteBytes(dir / "Harbix.ini", "[CNC]\r\nRefMO1=TOUR\r\nPathTelvar1=" + (dir / "none") +
+                                           "\r\nRefMO2=TOUR2\r\nPathTelvar2=" + MachineDir() + "\r\n");
+        WriteTelvar("[DNC]\r\nRefMO=TOUR2\r\n");
+        WriteBytes(dir / "M2/Telvar.ini", "[DNC]\r\nNbCanaux=99999\r\n");
     }
     std::string Root() const { return dir.path().string(); }
-    std::string Replaced(std::string text) const {
-        for (std::size_t at; (at = text.find("@ROOT@")) != std::string::npos;) text.replace(at, 6, Root());
-        return text;
-    }
     ProgramState state;
 };
 
 TEST_P(StartupTest, EndsOrShowsTheWindow) {
     const StartCase& c = GetParam();
-    const std::string startFolder = Root() + kSep + c.folder;
+    const std::string startFolder = Root() + kSep + Native(c.folder);
     fs::create_directories(startFolder);
-    if (c.handOff) WriteBytes(startFolder + kSep + c.handOffName, Replaced(*c.handOff));
-    if (c.exeFolder.empty() && fs::exists(std::string(kInstallFolder) + "Kirva.ini"))
+    if (c.file) WriteBytes(startFolder + kSep + c.file, HandOff(Root(), c.handOff));
+    if (c.exe && !*c.exe && fs::exists(std::string(kInstallFolder) + "Kirva.ini"))
         GTEST_SKIP() << "an installation exists on this computer";
     int started = 0;
     const StartupAction action = Startup({c.commandLine, startFolder, [&] { ++started; }}, state);
 
     EXPECT_EQ(action, c.action);
-    ASSERT_EQ(messages.entries.size(), c.reported ? 1u : 0u);
-    if (c.reported) {
-        EXPECT_EQ(messages.entries[0].text, "Le fichier Kirva.ini est introuvable !");
-        EXPECT_EQ(messages.entries[0].icon, IconWarning);
-    }
-    if (c.commandLine.find("/MRV") == std::string::npos) {
-        EXPECT_EQ(started, 0);
+    const bool critical = c.message == kNoMachineFile;
+    EXPECT_TRUE(c.message ? messages.Only(c.message, critical ? IconCritical : IconWarning)
+                          : ::testing::AssertionResult(messages.entries.empty()));
+    EXPECT_EQ(Machine().Name + "/" + Machine().RefMO, c.machine);
+    EXPECT_EQ(started, c.exe ? 1 : 0);
+    if (!c.exe) {
         EXPECT_EQ(state.SettingsFilePath, ""); // nothing was looked at
         return;
     }
-    EXPECT_EQ(started, 1);
-    const std::string exe = c.exeFolder.empty() ? std::string(kInstallFolder) : Root() + kSep + c.exeFolder;
+    const std::string exe = *c.exe ? Root() + kSep + Native(c.exe) : std::string(kInstallFolder);
     EXPECT_EQ(state.ExeFolder, exe);
     EXPECT_EQ(state.DepFilesFolder, exe + "DepFiles" + kSep);
-    if (c.handOff) {
-        EXPECT_EQ(state.SettingsFilePath, exe + c.handOffName);
-    } else {
-        EXPECT_EQ(state.SettingsFilePath, exe + "Kirva.ini");
-    }
-    EXPECT_EQ(state.VersionText, std::to_string(KIRVA_VERSION_MAJOR) + "." +
-                                     std::to_string(KIRVA_VERSION_MINOR) + ".0." +
-                                     std::to_string(KIRVA_VERSION_REVISION));
+    EXPECT_EQ(state.SettingsFilePath, exe + (c.file ? c.file : "Kirva.ini"));
     if (c.action == StartupAction::ShowWindow) {
-        EXPECT_EQ(state.InfoCNPath, Root() + kSep + "Data" + kSep + "InfoCN.ini");
+        EXPECT_EQ(state.InfoCNPath, Root() + "/Data" + kSep + "InfoCN.ini");
+        EXPECT_EQ(state.MachineSettingsPath, Machine().RefMO.empty() ? "" : TelvarPath());
     }
 }
 
-const std::string kExe = "exe" + kSep;
+constexpr StartupAction End = StartupAction::End, Show = StartupAction::ShowWindow;
 
-INSTANTIATE_TEST_SUITE_P(
-    CommandLineFoldersAndHandOff, StartupTest,
-    ::testing::Values(
-        StartCase{"NoSwitch", "", "exe", HandOff(1, 1, 1, 2), "Kirva.ini", StartupAction::End, false, ""},
-        StartCase{"OtherSpellingsOfTheSwitch", "-MRV MRV /mrv / MRV", "exe", HandOff(1, 1, 1, 2), "Kirva.ini",
-                  StartupAction::End, false, ""},
-        StartCase{"SwitchInsideAnArgument", "x/MRVy", "exe", HandOff(1, 1, 1, 2), "Kirva.ini",
-                  StartupAction::ShowWindow, false, kExe},
-        StartCase{"StartFolderEndingWithItsSeparator", "/MRV", "exe" + kSep, HandOff(1, 1, 1, 2), "Kirva.ini",
-                  StartupAction::ShowWindow, false, kExe},
-        // A copy in a development tree reads the installation folder's hand-off, not its own.
-        StartCase{"DevelopmentTree", "/MRV", "Work" + kSep + "TalmDev" + kSep + "Bin", HandOff(1, 1, 1, 2),
-                  "Kirva.ini", StartupAction::End, true, ""},
-        StartCase{"DevelopmentTreeInLowerCase", "/MRV", "w" + kSep + "talmdev" + kSep + "b",
-                  HandOff(1, 1, 1, 2), "Kirva.ini", StartupAction::End, true, ""},
-        StartCase{"MarkerIsAWholeFolderName", "/MRV", "Work" + kSep + "TalmDevTools", HandOff(1, 1, 1, 2),
-                  "Kirva.ini", StartupAction::ShowWindow, false, "Work" + kSep + "TalmDevTools" + kSep},
-        StartCase{"HandOffSpelledInAnotherCase", "/MRV", "exe", HandOff(1, 1, 1, 2), "kirva.INI",
-                  StartupAction::ShowWindow, false, kExe},
-        StartCase{"MissingHandOffIsReported", "/MRV", "exe", std::nullopt, "Kirva.ini", StartupAction::End,
-                  true, kExe},
-        StartCase{"EmptyHandOff", "/MRV", "exe", std::string(), "Kirva.ini", StartupAction::End, false, kExe},
-        StartCase{"ModeZero", "/MRV", "exe", HandOff(0, 2, 1, 2), "Kirva.ini", StartupAction::End, false,
-                  kExe},
-        StartCase{"AppCallingZero", "/MRV", "exe", HandOff(1, 0, 1, 2), "Kirva.ini", StartupAction::End,
-                  false, kExe},
-        StartCase{"BrokenHandOff", "/MRV", "exe",
-                  "[KIRVA]\r\nMode=1\r\nAppCalling=2\r\nCurrentIndexMO=9e9\r\n", "Kirva.ini",
-                  StartupAction::End, false, kExe},
-        StartCase{"ModifyAMachine", "/MRV", "exe", HandOff(1, 2, 1, 2), "Kirva.ini",
-                  StartupAction::ShowWindow, false, kExe},
-        StartCase{"MachineBeyondTheCount", "/MRV", "exe", HandOff(1, 2, 3, 2), "Kirva.ini",
-                  StartupAction::End, false, kExe},
-        StartCase{"NewMachineIgnoresTheIndex", "/MRV", "exe", HandOff(1, 1, 9, 2), "Kirva.ini",
-                  StartupAction::ShowWindow, false, kExe},
-        StartCase{"UnknownCallerStartsANewMachine", "/MRV", "exe", HandOff(3, 2, 9, 2), "Kirva.ini",
-                  StartupAction::ShowWindow, false, kExe}),
-    [](const ::testing::TestParamInfo<StartCase>& info) { return std::string(info.param.name); });
+const StartCase kCases[] = {
+    {"SwitchSpelledOtherwise", "-MRV MRV /mrv / MRV", "exe", nullptr, "Kirva.ini", "1112", End, nullptr, "/"},
+    {"SwitchInsideAnArgument", "x/MRVy", "exe", "exe/", "Kirva.ini", "1112", Show, nullptr, "/"},
+    {"StartFolderWithSeparator", "/MRV", "exe/", "exe/", "Kirva.ini", "1112", Show, nullptr, "/"},
+    // A copy in a development tree reads the installation folder's hand-off, not its own.
+    {"DevelopmentTree", "/MRV", "Work/TalmDev/Bin", "", "Kirva.ini", "1112", End, kNoHandOff, "/"},
+    {"MarkerIsAWholeFolderName", "/MRV", "W/TalmDevTools", "W/TalmDevTools/", "Kirva.ini", "1112", Show,
+     nullptr, "/"},
+    {"HandOffSpelledOtherwise", "/MRV", "exe", "exe/", "kirva.INI", "1112", Show, nullptr, "/"},
+    {"MissingHandOff", "/MRV", "exe", "exe/", nullptr, "", End, kNoHandOff, "/"},
+    {"CountBeyondTheLimit", "/MRV", "exe", "exe/", "Kirva.ini",
+     "[KIRVA]\r\nMode=1\r\nAppCalling=1\r\nNbDevice=10001\r\n", End, kCountTooLarge, "/"},
+    {"ModeZero", "/MRV", "exe", "exe/", "Kirva.ini", "0212", End, nullptr, "/"},
+    {"AppCallingZero", "/MRV", "exe", "exe/", "Kirva.ini", "1012", End, nullptr, "/"},
+    {"NewMachineIgnoresIndex", "/MRV", "exe", "exe/", "Kirva.ini", "1192", Show, nullptr, "/"},
+    {"UnknownCallerNewMachine", "/MRV", "exe", "exe/", "Kirva.ini", "3292", Show, nullptr, "/"},
+    {"MachineBeyondTheCount", "/MRV", "exe", "exe/", "Kirva.ini", "1232", End, nullptr, "/"},
+    {"ManagerMachineWithoutFolder", "/MRV", "exe", "exe/", "Kirva.ini", "1212", Show, nullptr, "TOUR/"},
+    {"ManagerMachine", "/MRV", "exe", "exe/", "Kirva.ini", "1222", Show, nullptr, "Tour 2/TOUR2"},
+    {"DamagedMachineFile", "/MRV", "exe", "exe/", "Kirva.ini", "1233", End, kDamagedMachineFile, "TOUR3/"},
+    {"TransferMachine", "/MRV", "exe", "exe/", "Kirva.ini", "2222", Show, nullptr, "TOUR2/TOUR2"},
+    {"TransferMachineWithoutFile", "/MRV", "exe", "exe/", "Kirva.ini", "2212", End, kNoMachineFile, "TOUR/"},
+};
 
-TEST_F(StartupTest, ModifyReadsTheCallersEntryAndTheMachine) {
-    fs::create_directories(dir.path() / "exe");
-    WriteBytes(dir / "exe/Kirva.ini", Replaced(HandOff(1, 2, 2, 2)));
-    WriteBytes(dir / "Kalderon.ini",
-               "[KALDERON]\r\n[CNC2]\r\nName=FRAISEUSE\r\nPathTelvar=" + MachineDir() + "\r\n");
-    WriteTelvar("[DNC]\r\nRefMO=FRAISEUSE\r\n");
-    ASSERT_EQ(Startup({"/MRV", dir / "exe", nullptr}, state), StartupAction::ShowWindow);
-    EXPECT_EQ(Machine().Name, "FRAISEUSE");
-    EXPECT_EQ(Machine().RefMO, "FRAISEUSE");
-    EXPECT_EQ(state.MachineSettingsPath, TelvarPath());
-    // A machine file that cannot be read ends start-up.
-    WriteTelvar("[DNC]\r\nNbCanaux=99999\r\n");
-    EXPECT_EQ(Startup({"/MRV", dir / "exe", nullptr}, state), StartupAction::End);
-}
+INSTANTIATE_TEST_SUITE_P(CommandLineFoldersHandOffAndMachine, StartupTest, ::testing::ValuesIn(kCases),
+                         [](const ::testing::TestParamInfo<StartCase>& info) {
+                             return std::string(info.param.name);
+                         });
 
 #ifndef _WIN32
 // Another instance holds the lock: start-up ends before it reads anything. The check runs in a
 // child process, as a second start of the program would.
 TEST_F(StartupTest, SecondInstanceEndsSilently) {
-    fs::create_directories(dir.path() / "exe");
-    WriteBytes(dir / "exe/Kirva.ini", Replaced(HandOff(1, 1, 1, 2)));
-    fs::create_directories(dir.path() / "marovex");
-    const int fd = ::open((dir / "marovex/kirva.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    ASSERT_GE(fd, 0);
+    WriteBytes(dir / "exe/Kirva.ini", HandOff(Root(), "1112"));
+    WriteBytes(dir / "marovex/kirva.lock", "");
+    const int fd = ::open((dir / "marovex/kirva.lock").c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_EQ(::flock(fd, LOCK_EX | LOCK_NB), 0);
-    const auto runChild = [&] {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            ProgramState childState;
-            const StartupAction action = Startup({"/MRV", dir / "exe", nullptr}, childState);
-            const bool quiet = messages.entries.empty() && childState.Settings.Mode == 0;
-            ::_exit(action == StartupAction::End && quiet ? 10
-                    : action == StartupAction::ShowWindow ? 20
-                                                          : 30);
-        }
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const auto startInChild = [&] {
+        return InChild([&] {
+            const StartupAction action = Startup({"/MRV", dir / "exe", nullptr}, state);
+            const bool quiet = messages.entries.empty() && state.Settings.Mode == 0;
+            return action == StartupAction::End && quiet ? 10 : action == StartupAction::ShowWindow ? 20 : 30;
+        });
     };
-    EXPECT_EQ(runChild(), 10);
+    EXPECT_EQ(startInChild(), 10);
     ::close(fd);
-    EXPECT_EQ(runChild(), 20); // the lock is free again
+    EXPECT_EQ(startInChild(), 20); // the lock is free again
 }
 #endif
 

@@ -1,237 +1,264 @@
-// Settings files that are not usable files (a folder, a device, a FIFO) get the reader's "not
-// found" message at once: nothing blocks on a FIFO and no reader goes on with empty values. A
-// hand-off file that asks for a list longer than the limit ends start-up with a message.
+// Settings files that cannot be read or written.
+// Every reader given a missing file or one that is not a usable file (a folder, a device, a FIFO)
+// gives its "not found" message at once: nothing blocks on a FIFO and no reader goes on with empty
+// values. Every writer above the engine is put in front of every way a file can refuse a write:
+// none reports it done, each says so (the machine file and the callers' files with their warning,
+// the lists and the dictionary through their result alone) and every file of the machine's folder
+// is afterwards as it was.
 #include <gtest/gtest.h>
 
 #ifndef _WIN32
 
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cctype>
-#include <filesystem>
-#include <functional>
-#include <optional>
-#include <string>
 
-#include "app/CallerSettings.h"
-#include "app/ProgramSettings.h"
-#include "app/Startup.h"
-#include "machine/MachineFixture.h"
-#include "machine/TelvarFile.h"
-#include "platform/platform.h"
+#include "app/AppTestSupport.h"
+#include "ini/store.h"
+#include "lists/clsCanaux.h"
+#include "lists/clsInsertIso.h"
+#include "lists/clsPlansPDC.h"
+#include "soak/loads.h"
 
 namespace kirva::test {
 namespace {
 
-namespace fs = std::filesystem;
+// ---------------------------------------------------------------- reads
 
-enum class Kind { Folder, LinkToDevice, Device, Fifo, FolderSpelledOtherwise, FifoSpelledOtherwise };
+// What stands at the reader's file name ("...SpelledOtherwise": at that name in capitals); for
+// "Device" the reader is given /dev/null.
+const char* const kKinds[] = {
+    "Missing", "Folder", "LinkToDevice", "Device", "Fifo", "FolderSpelledOtherwise", "FifoSpelledOtherwise"};
 
-const char* KindName(Kind k) {
-    switch (k) {
-    case Kind::Folder:
-        return "Folder";
-    case Kind::LinkToDevice:
-        return "LinkToDevice";
-    case Kind::Device:
-        return "Device";
-    case Kind::Fifo:
-        return "Fifo";
-    case Kind::FolderSpelledOtherwise:
-        return "FolderSpelledOtherwise";
-    case Kind::FifoSpelledOtherwise:
-        return "FifoSpelledOtherwise";
-    }
-    return "?";
-}
-
-class BadFiles : public MachineFixture {
-  public:
-    using MachineFixture::dir;
-    MachineConfig machine;
-};
-
-// One reader: the file name it is given, how it is called, and what it must say.
-struct Role {
+struct Reader {
     const char* name;
     const char* file;
-    std::function<bool(BadFiles&, const std::string& path)> read;
+    std::function<bool(AppFixture&, const std::string& path)> read;
     const char* message;
     int icon;
 };
-
-const Role kRoles[] = {
+const Reader kReaders[] = {
     {"HandOff", "Kirva.ini",
-     [](BadFiles&, const std::string& path) {
-         ProgramSettings settings;
-         return ReadProgramSettings(path, settings);
-     },
+     [](AppFixture& f, const std::string& path) { return ReadProgramSettings(path, f.settings); },
      "Le fichier Kirva.ini est introuvable !", IconWarning},
     {"ProgramManager", "Kalderon.ini",
-     [](BadFiles& f, const std::string& path) { return ReadKalderonEntry(path, 1, f.machine); },
+     [](AppFixture& f, const std::string& path) { return ReadKalderonEntry(path, 1, f.machine); },
      "Le fichier Kalderon.ini est introuvable !", IconWarning},
     {"TransferProgram", "Harbix.ini",
-     [](BadFiles& f, const std::string& path) { return ReadHarbixEntry(path, 1, f.machine); },
+     [](AppFixture& f, const std::string& path) { return ReadHarbixEntry(path, 1, f.machine); },
      "Le fichier Harbix.ini est introuvable !", IconWarning},
     {"MachineFile", "Telvar.ini",
-     [](BadFiles& f, const std::string& path) { return ReadTelvarIni(path, f.machine); },
+     [](AppFixture& f, const std::string& path) { return ReadTelvarIni(path, f.machine); },
      "Le fichier d'initialisation du Port DNC est introuvable.", IconCritical},
 };
 
-// Puts a bad file of that kind where the reader looks and returns the path the reader is given.
-std::string Stage(BadFiles& f, const Role& role, Kind kind) {
-    const std::string path = f.dir / role.file;
-    std::string upper = role.file;
-    for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    const std::string otherSpelling = f.dir / upper; // what is on disk; the reader asks for `path`
-    switch (kind) {
-    case Kind::Folder:
-        WriteBytes(path + "/inside.ini", "[KIRVA]\r\nMode=1\r\n");
-        break;
-    case Kind::LinkToDevice:
-        fs::create_symlink("/dev/null", path);
-        break;
-    case Kind::Device:
-        return "/dev/null";
-    case Kind::Fifo:
-        EXPECT_EQ(::mkfifo(path.c_str(), 0644), 0);
-        break;
-    case Kind::FolderSpelledOtherwise:
-        WriteBytes(otherSpelling + "/inside.ini", "[KIRVA]\r\nMode=1\r\n");
-        break;
-    case Kind::FifoSpelledOtherwise:
-        EXPECT_EQ(::mkfifo(otherSpelling.c_str(), 0644), 0);
-        break;
-    }
-    return path;
-}
-
-struct BadFileCase {
-    const Role* role;
-    Kind kind;
-};
-
-void PrintTo(const BadFileCase& c, std::ostream* os) {
-    *os << c.role->file << " as " << KindName(c.kind);
-}
-
-class BadFilesTable : public BadFiles, public ::testing::WithParamInterface<BadFileCase> {};
+class BadFiles : public AppFixture, public ::testing::WithParamInterface<std::tuple<int, int>> {};
 
 // A FIFO opened for reading without a writer would block: the ctest time-out guards these rows.
-TEST_P(BadFilesTable, AreNotFoundAtOnce) {
-    const BadFileCase& c = GetParam();
-    const std::string path = Stage(*this, *c.role, c.kind);
-    machine.RefMO = "AVANT";
-    machine.Name = "AVANT";
-    EXPECT_FALSE(c.role->read(*this, path));
-    ASSERT_EQ(messages.entries.size(), 1u);
-    EXPECT_EQ(messages.entries[0].text, c.role->message);
-    EXPECT_EQ(messages.entries[0].icon, c.role->icon);
-    EXPECT_EQ(machine.RefMO, "AVANT"); // nothing was read into the record
-    EXPECT_EQ(machine.Name, "AVANT");
+TEST_P(BadFiles, AreNotFoundAtOnce) {
+    const Reader& reader = kReaders[std::get<0>(GetParam())];
+    const std::string kind = kKinds[std::get<1>(GetParam())];
+    std::string path = In(reader.file), upper = reader.file;
+    for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    const std::string onDisk =
+        kind.ends_with("SpelledOtherwise") ? In(upper) : path; // the reader asks for `path`
+    fs::create_directories(MachineDir());
+    if (kind.starts_with("Folder")) WriteBytes(onDisk + "/inside.ini", "[KIRVA]\r\nMode=1\r\n");
+    if (kind == "LinkToDevice") fs::create_symlink("/dev/null", onDisk);
+    ASSERT_TRUE(!kind.starts_with("Fifo") || ::mkfifo(onDisk.c_str(), 0644) == 0);
+    if (kind == "Device") path = "/dev/null";
+    machine.RefMO = machine.Name = "AVANT";
+    settings.Mode = 7;
+    EXPECT_FALSE(reader.read(*this, path));
+    EXPECT_TRUE(messages.Only(reader.message, reader.icon));
+    // Nothing was read into the records.
+    EXPECT_EQ(machine.RefMO + machine.Name, "AVANTAVANT");
+    EXPECT_EQ(settings.Mode, 7);
 }
 
-std::vector<BadFileCase> AllBadFiles() {
-    std::vector<BadFileCase> cases;
-    for (const Role& role : kRoles) {
-        for (Kind kind : {Kind::Folder, Kind::LinkToDevice, Kind::Device, Kind::Fifo,
-                          Kind::FolderSpelledOtherwise, Kind::FifoSpelledOtherwise})
-            cases.push_back({&role, kind});
-    }
-    return cases;
-}
-
-INSTANTIATE_TEST_SUITE_P(RolesAndKinds, BadFilesTable, ::testing::ValuesIn(AllBadFiles()),
-                         [](const ::testing::TestParamInfo<BadFileCase>& info) {
-                             return std::string(info.param.role->name) + "_" + KindName(info.param.kind);
+INSTANTIATE_TEST_SUITE_P(ReadersAndKinds, BadFiles,
+                         ::testing::Combine(::testing::Range(0, static_cast<int>(std::size(kReaders))),
+                                            ::testing::Range(0, static_cast<int>(std::size(kKinds)))),
+                         [](const auto& info) {
+                             return std::string(kReaders[std::get<0>(info.param)].name) + "_" +
+                                    kKinds[std::get<1>(info.param)];
                          });
 
-// The look-up without regard to case finds regular files only, and prefers a regular file in another
-// spelling to a folder or a FIFO of the exact name.
-TEST_F(BadFiles, CaseInsensitiveLookupFindsRegularFilesOnly) {
-    fs::create_directories(dir.path() / "Lng");
-    ASSERT_EQ(::mkfifo((dir / "Fifo.ini").c_str(), 0644), 0);
-    fs::create_symlink("/dev/null", dir / "Null.ini");
-    fs::create_directories(dir.path() / "Telvar.ini");
-    WriteBytes(dir / "TELVAR.INI", "[DNC]\r\n");
-    WriteBytes(dir / "Lng/FR.lng", "");
-    fs::create_symlink(dir / "Lng/FR.lng", dir / "Link.lng");
-    const std::string folder = dir.path().string();
-    const std::pair<std::string, std::optional<std::string>> cases[] = {
-        {"fifo.INI", std::nullopt},
-        {"Fifo.ini", std::nullopt},
-        {"null.ini", std::nullopt},
-        {"Lng", std::nullopt},
-        {"LNG", std::nullopt},
-        {"Telvar.ini", dir / "TELVAR.INI"},
-        {"telvar.ini", dir / "TELVAR.INI"},
-        {"lng/fr.lng", dir / "Lng/FR.lng"},
-        {"link.LNG", dir / "Link.lng"}, // a link to a regular file is that file
-    };
-    for (const auto& [name, found] : cases) EXPECT_EQ(platform::FindFileNoCase(folder, name), found) << name;
-}
-
-// Start-up on a machine whose Telvar.ini is not a usable file ends with the machine file's message,
-// never with an empty machine.
-TEST_F(BadFiles, StartupOnABadMachineFileEndsWithItsMessage) {
-    const std::string machineDir = (dir.path() / "M1").string();
-    WriteBytes(dir / "Kalderon.ini", "[CNC1]\r\nName=TOUR1\r\nPathTelvar=" + machineDir + "\r\n");
-    fs::create_directories(machineDir);
-    ASSERT_EQ(::mkfifo((machineDir + "/Telvar.ini").c_str(), 0644), 0);
-    ProgramState state;
-    state.Settings.Mode = 1;
-    state.Settings.AppCalling = 2;
-    state.Settings.CurrentIndexMO = 1;
-    state.Settings.NbDevice = 1;
-    state.Settings.PathAppCallingIni = dir / "Kalderon.ini";
-    EXPECT_FALSE(ReadMachineToModify(state));
-    ASSERT_EQ(messages.entries.size(), 1u);
-    EXPECT_EQ(messages.entries[0].text, "Le fichier d'initialisation du Port DNC est introuvable.");
-    EXPECT_EQ(messages.entries[0].icon, IconCritical);
-}
-
-// A count of the hand-off file outside 0 ... 10000 ends start-up with a message naming it.
-TEST_F(BadFiles, ListCountBeyondTheLimitEndsStartupWithAMessage) {
-    struct Case {
-        const char* content;
-        const char* message;
-    };
-    const Case cases[] = {
-        {"[KIRVA]\r\nMode=1\r\nAppCalling=1\r\nNbDevice=10001\r\n",
-         "Le fichier Kirva.ini est incorrect : NbDevice vaut 10001, alors que la valeur doit être comprise "
-         "entre 0 et 10000 !"},
-        {"[KIRVA]\r\nMode=1\r\nAppCalling=1\r\nNbDevice=4294967296\r\n",
-         "Le fichier Kirva.ini est incorrect : NbDevice vaut 4294967296, alors que la valeur doit être "
-         "comprise entre 0 et 10000 !"},
-        {"[KIRVA]\r\nMode=1\r\nAppCalling=1\r\nNbDevice= -1 \r\n",
-         "Le fichier Kirva.ini est incorrect : NbDevice vaut -1, alors que la valeur doit être comprise "
-         "entre 0 et 10000 !"},
-        {"[KIRVA]\r\nMode=1\r\nAppCalling=1\r\n[TREEVIEW]\r\nNbTreeViewNode=1e9\r\n",
-         "Le fichier Kirva.ini est incorrect : NbTreeViewNode vaut 1e9, alors que la valeur doit être "
-         "comprise entre 0 et 10000 !"},
-        {"[KIRVA]\r\nMode=1\r\nAppCalling=1\r\n[SPECIFICITE]\r\nNbSpe=10000.6\r\n",
-         "Le fichier Kirva.ini est incorrect : NbSpe vaut 10000.6, alors que la valeur doit être comprise "
-         "entre 0 et 10000 !"},
-    };
-    fs::create_directories(dir.path() / "exe");
-    for (const Case& c : cases) {
-        messages.entries.clear();
-        WriteBytes(dir / "exe/Kirva.ini", c.content);
-        ini::ClearCache();
-        ProgramState state;
-        EXPECT_EQ(Startup({"/MRV", dir / "exe", nullptr}, state), StartupAction::End) << c.content;
-        ASSERT_EQ(messages.entries.size(), 1u) << c.content;
-        EXPECT_EQ(messages.entries[0].text, c.message);
-        EXPECT_EQ(messages.entries[0].icon, IconWarning);
-    }
-    // At the limit the lists are read and the window opens.
-    WriteBytes(dir / "exe/Kirva.ini", "[KIRVA]\r\nMode=1\r\nAppCalling=1\r\nNbDevice=10000\r\n");
-    ini::ClearCache();
-    messages.entries.clear();
-    ProgramState state;
-    EXPECT_EQ(Startup({"/MRV", dir / "exe", nullptr}, state), StartupAction::ShowWindow);
+// The look-up without regard to case passes over a folder of the exact name for a regular file
+// spelled otherwise, and a link to a regular file is that file.
+TEST_F(BadFiles, RegularFileSpelledOtherwiseIsRead) {
+    fs::create_directories(In("Telvar.ini"));
+    WriteBytes(dir / "Elsewhere/telvar.ini", "[DNC]\r\nRefMO=TOUR\r\n");
+    fs::create_symlink(dir / "Elsewhere/telvar.ini", In("TELVAR.INI"));
+    EXPECT_TRUE(ReadTelvarIni(In("Telvar.ini"), machine));
+    EXPECT_EQ(machine.RefMO, "TOUR");
     EXPECT_TRUE(messages.entries.empty());
+}
+
+// ---------------------------------------------------------------- writes
+
+// How the target refuses the write.
+// How the target refuses the write; a usable file shows that the staging is what makes the writers
+// fail (the table does not pass by failing everything).
+enum Target { Usable, Folder, Oversized, WriteOnly, InReadOnlyFolder, DiskFull };
+const char* const kTargetNames[] = {"Usable",    "Folder",           "Oversized",
+                                    "WriteOnly", "InReadOnlyFolder", "DiskFull"};
+
+// A list read from its file, changed and saved.
+template <class List, class Change>
+bool SaveList(const std::string& path, Change change) {
+    List list;
+    list.Init(path);
+    change(list);
+    return list.Save();
+}
+
+// One writer: the file of the machine's folder it writes, its warning when the write fails ("": it
+// says nothing and only returns its result; nullptr: the callers' warning naming the file) and what
+// it runs (true when it reported success).
+struct Writer {
+    const char* name;
+    const char* file;
+    const char* message;
+    std::function<bool(AppFixture&)> write;
+};
+const Writer kWriters[] = {
+    {"MachineFile", "Telvar.ini", "Problème durant l'écriture du fichier Telvar.ini de la machine TOUR1",
+     [](AppFixture& f) {
+         return WriteTelvarIniTo(f.MachineDir(), f.machine, {"10.1.2.3", "/data/"});
+     }},
+    {"ProgramManagerEntry", "Kalderon.ini", nullptr,
+     [](AppFixture& f) { return WriteCallerEntry(1, f.In("Kalderon.ini"), 1, f.machine); }},
+    {"TransferProgramEntry", "Harbix.ini", nullptr,
+     [](AppFixture& f) { return WriteCallerEntry(2, f.In("Harbix.ini"), 1, f.machine); }},
+    {"CountOfANewMachine", "Harbix.ini", nullptr,
+     [](AppFixture& f) { // a count not written is not taken either
+         return TakeEntryNumber(f.Calling(2, 1, 0, 1, f.In("Harbix.ini"))).has_value() ||
+                f.settings.NbDevice != 1;
+     }},
+    {"ApplyToTheCaller", "Kalderon.ini", nullptr,
+     [](AppFixture& f) {
+         return WriteCallerSettings(f.Calling(1, 2, 1, 1, f.In("Kalderon.ini")), f.machine);
+     }},
+    {"IsoInsertions", "Iso.ini", "",
+     [](AppFixture& f) {
+         return SaveList<clsInsertIso>(f.In("Iso.ini"), [](auto& l) { l.AddIso("Origine"); });
+     }},
+    {"ReferencePlans", "Telvar.ini", "",
+     [](AppFixture& f) {
+         return SaveList<clsPlansPDC>(f.In("Telvar.ini"),
+                                      [](auto& l) { l.AddPlan("P2", "X", "Y", 2.0f, 2.0f, true); });
+     }},
+    {"Channels", "Telvar.ini", "",
+     [](AppFixture& f) {
+         return SaveList<clsCanaux>(f.In("Telvar.ini"), [](auto& l) { l.Add("C2", 2, "p", "s"); });
+     }},
+    {"LearntDictionaryText", "FR.lng", "",
+     [](AppFixture& f) {
+         clsTranslate dictionary;
+         dictionary.Init(f.In("FR.lng"));
+         // The text is shown as it stands all the same.
+         if (dictionary.Trans("Réseau x1x", kDicoSection, {"", "A"}) != "Réseau A") return true;
+         return dictionary.LearnText("Réseau x1x", kDicoSection);
+     }},
+};
+
+class WriteFailures : public AppFixture, public ::testing::WithParamInterface<std::tuple<Target, int>> {
+  protected:
+    WriteFailures() {
+        TK_TRANSLATE::Shared().Init(""); // messages are shown as written and teach no dictionary
+        // Every writer's file exists, so that one refusing leaves the others to compare.
+        WriteBytes(In("Telvar.ini"), "[DNC]\r\nRefMO=TOUR1\r\n[PLANS]\r\nref:P1|LadX:X|LadY:Y|CoeffX:1|"
+                                     "CoeffY:1|R:0|\r\n[CANAUX]\r\nref:C1|Pref:a|Suff:b|Canal:1|\r\n");
+        WriteBytes(In("Iso.ini"), "[INSERT]\r\nDebut=iso:G90<R>M30|bmp:|Rac:0112|\r\n");
+        WriteBytes(In("Kalderon.ini"),
+                   "[KALDERON]\r\nNbDevice=1\r\n[CNC1]\r\nName=TOUR1\r\nPathTelvar=" + MachineDir() + "\r\n");
+        WriteBytes(In("Harbix.ini"), "[HARBIX_MGR]\r\nNbDevice=1\r\n[CNC]\r\nRefMO1=TOUR1\r\n");
+        WriteBytes(In("FR.lng"), "[KIRVA]\r\nGeneral=General\r\n");
+        machine.RefMO = machine.Name = "TOUR1";
+        machine.PathTelvar = machine.MachineDir = MachineDir();
+    }
+};
+
+// What the child process that ran the writer found.
+enum ChildResult { Refused, ReportedDone, WrongMessage, NoUnprivilegedUser };
+
+TEST_P(WriteFailures, IsReportedAndLeavesEveryFileAsItWas) {
+    const Target target = std::get<0>(GetParam());
+    const Writer& writer = kWriters[std::get<1>(GetParam())];
+    const std::string path = In(writer.file);
+    const std::string expected =
+        writer.message ? writer.message : "Problème durant l'écriture du fichier " + path;
+    if (target == Folder) {
+        fs::remove(path);
+        WriteBytes(path + "/inside.ini", "[DNC]\r\nRefMO=AUTRE\r\n");
+    }
+    if (target == Oversized) fs::resize_file(path, ini::store::kMaxFileSize + 1); // sparse: costs no disk
+    // Root reads a write-only file and writes into a read-only folder: the writer then runs as an
+    // unprivileged user who owns the folder.
+    const bool asNobody = ::geteuid() == 0 && (target == WriteOnly || target == InReadOnlyFolder);
+    if (asNobody) {
+        fs::permissions(dir.path(), fs::perms(0755)); // the way to the folder stays open
+        for (const auto& entry : fs::recursive_directory_iterator(dir.path() / "M1"))
+            (void)!::lchown(entry.path().c_str(), loads::kUnprivileged, loads::kUnprivileged);
+        if (::lchown(MachineDir().c_str(), loads::kUnprivileged, loads::kUnprivileged) != 0)
+            GTEST_SKIP() << "running as root, and the folder cannot be given to an unprivileged user";
+    }
+    const auto before = loads::Snapshot(MachineDir());
+    const fs::perms mode = fs::status(path).permissions();
+    if (target == WriteOnly) fs::permissions(path, fs::perms::owner_write);
+    if (target == InReadOnlyFolder) fs::permissions(MachineDir(), fs::perms(0555));
+    ini::ClearCache();
+
+    const int result = InChild([&] {
+        if (target == DiskFull) {
+            ::signal(SIGXFSZ, SIG_IGN); // the write then fails with EFBIG instead of ending the process
+            const rlimit small{16, 16};
+            ::setrlimit(RLIMIT_FSIZE, &small);
+        }
+        if (asNobody && (::setgid(loads::kUnprivileged) != 0 || ::setuid(loads::kUnprivileged) != 0))
+            return NoUnprivilegedUser;
+        if (writer.write(*this)) return messages.entries.empty() ? ReportedDone : WrongMessage;
+        const bool right =
+            expected.empty() ? messages.entries.empty() : bool(messages.Only(expected, IconWarning));
+        return right ? Refused : WrongMessage;
+    });
+    fs::permissions(MachineDir(), fs::perms(0755));
+    fs::permissions(path, mode);
+    if (result == NoUnprivilegedUser)
+        GTEST_SKIP() << "running as root without the right to become an unprivileged user: root "
+                        "would read the write-only file and write into the read-only folder";
+    if (target == Usable) {
+        EXPECT_EQ(result, ReportedDone);
+        EXPECT_NE(loads::Snapshot(MachineDir())[writer.file], before.at(writer.file))
+            << "nothing was written";
+        return;
+    }
+    EXPECT_NE(result, ReportedDone) << "the writer reported a write that did not reach the disk";
+    EXPECT_NE(result, WrongMessage) << "expected only the warning \"" << expected << "\"";
+    EXPECT_EQ(result, Refused);
+    EXPECT_EQ(loads::Snapshot(MachineDir()), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(TargetsAndWriters, WriteFailures,
+                         ::testing::Combine(::testing::Values(Usable, Folder, Oversized, WriteOnly,
+                                                              InReadOnlyFolder, DiskFull),
+                                            ::testing::Range(0, static_cast<int>(std::size(kWriters)))),
+                         [](const auto& info) {
+                             return std::string(kWriters[std::get<1>(info.param)].name) + "_" +
+                                    kTargetNames[std::get<0>(info.param)];
+                         });
+
+// The Run value is part of the machine writer's work: a registry that refuses it is a failed write.
+TEST_F(WriteFailures, RunValueRefusedByTheRegistryFailsTheMachineWriter) {
+    fs::create_directories(dir.path() / "registry-folder");
+    ScopedEnv registry("KIRVA_REGISTRY", (dir.path() / "registry-folder").string());
+    machine.StartWithWindows = true;
+    machine.UseComManager = false;
+    EXPECT_FALSE(kWriters[0].write(*this));
+    EXPECT_TRUE(messages.Only(kWriters[0].message, IconWarning));
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <QRadioButton>
 #include <QStackedWidget>
 #include <QTabBar>
+#include <map>
 
 #include "WindowFixture.h"
 #include "editor/FieldTable.h"
@@ -56,13 +57,15 @@ TEST_P(WindowOpening, SetsTitleCaptionsAndHiddenFields) {
                                    QString::fromUtf8(c.titleEnd));
     EXPECT_EQ(f.Find<QPushButton>("cmdExit_0")->text(), QString::fromUtf8(c.apply));
     EXPECT_EQ(f.Find<QLabel>("lblInfoHeader")->text(), QString::fromUtf8(c.header));
-    EXPECT_EQ(w.property("Tag").toString(), "topmost");
     EXPECT_TRUE(w.windowFlags().testFlag(Qt::WindowStaysOnTopHint));
     auto* tabs = f.Find<QTabBar>("tabInfo");
     ASSERT_EQ(tabs->count(), 6);
     for (int i = 0; i < 6; ++i) EXPECT_FALSE(tabs->tabIcon(i).isNull());
-    // In modify mode the machine is in the fields.
+    // In modify mode the machine is in the fields; a new machine starts on the first transfer method.
     EXPECT_EQ(f.Find<QLineEdit>("TxtTelvar_1")->text(), c.appCalling == 2 ? "TOUR1" : "");
+    if (c.appCalling == 1) {
+        EXPECT_EQ(f.Find<QComboBox>("cboTelvar_31")->currentText(), "Bloc à Bloc");
+    }
 
     for (const FieldDef& def : FieldTable()) {
         const bool hidden = c.mode == 2 && (def.Flags & FlagHiddenInMode2);
@@ -97,36 +100,24 @@ MachineConfig MachineWithEveryField(RemonteState& remonte) {
         const KeyDef* key = FieldKey(def);
         std::string value = "Valeur é " + std::to_string(n);
         const auto items = ListItems(def.List, ProgramSettings());
-        switch (def.Conv) {
-        case FieldConv::Index:
+        const std::map<FieldConv, std::string> coded = {{FieldConv::Parity, "O"},
+                                                        {FieldConv::FlowControl, "4"},
+                                                        {FieldConv::StartCondition, "#-5"},
+                                                        {FieldConv::ServicePort, "21"}};
+        if (coded.count(def.Conv) != 0)
+            value = coded.at(def.Conv);
+        else if (def.Conv == FieldConv::Index)
             value = std::to_string(def.List == FieldList::OpeningModes ? 3 : items.back().Index);
-            break;
-        case FieldConv::Parity:
-            value = "O";
-            break;
-        case FieldConv::FlowControl:
-            value = "4";
-            break;
-        case FieldConv::StartCondition:
-            value = "#-5";
-            break;
-        case FieldConv::ServicePort:
-            value = "21";
-            break;
-        case FieldConv::CatalogueCode:
+        else if (def.Conv == FieldConv::CatalogueCode)
             value = def.List == FieldList::CatalogueGroups ? "5" : "51";
-            break;
-        case FieldConv::Text:
-            if (def.Widget == FieldWidget::Check)
-                value = n % 2 == 0 ? "1" : "0";
-            else if (def.Widget == FieldWidget::Combo)
-                value = items[1].Entry;
-            else if (key != nullptr && key->Kind == KeyKind::Double)
-                value = std::to_string(n) + ".25";
-            else if (key != nullptr && key->Kind != KeyKind::String)
-                value = std::to_string(100 + n);
-            break;
-        }
+        else if (def.Widget == FieldWidget::Check)
+            value = n % 2 == 0 ? "1" : "0";
+        else if (def.Widget == FieldWidget::Combo)
+            value = items[1].Entry;
+        else if (key != nullptr && key->Kind == KeyKind::Double)
+            value = std::to_string(n) + ".25";
+        else if (key != nullptr && key->Kind != KeyKind::String)
+            value = std::to_string(100 + n);
         EXPECT_TRUE(SetFieldStoredText(def, machine, remonte, value)) << FieldObjectName(def) << " " << value;
     }
     machine.CanalAnalyse = {{"Broche", "1001", "B"}};
@@ -145,30 +136,24 @@ void ExpectSameFields(const MachineConfig& expected, const RemonteState& expecte
     }
 }
 
-// Shown, then taken back into a fresh record: every field carries its value.
+// Shown, then taken back into a fresh record: every field carries its value. What the window shows,
+// typed again into a window that showed nothing, gives the same record: the conversions work from
+// the fields themselves, not from what was shown.
 TEST(WindowTransfer, EveryFieldGoesBothWays) {
     WindowFixture f;
     RemonteState remonte;
     const MachineConfig machine = MachineWithEveryField(remonte);
-    frmKirva& w = f.Open(machine, remonte);
+    frmKirva& shown = f.Open(machine, remonte);
     MachineConfig back;
     RemonteState backRemonte;
-    w.TakeMachine(back, backRemonte);
+    shown.TakeMachine(back, backRemonte);
     ExpectSameFields(machine, remonte, back, backRemonte);
     EXPECT_EQ(back.NbActivity, 2);
     EXPECT_EQ(back.Activity[2].RefActivity, "Réglage");
     EXPECT_EQ(back.Activity[2].CodeActivity, 1002);
     ASSERT_EQ(back.CanalAnalyse.size(), 1u);
     EXPECT_EQ(back.CanalAnalyse[0].CodeCanal, "1001");
-}
 
-// What a window shows, typed again into a window that showed nothing, gives the same record:
-// the conversions work from the fields themselves, not from what was shown.
-TEST(WindowTransfer, FieldsRetypedByHandGiveTheSameRecord) {
-    WindowFixture f;
-    RemonteState remonte;
-    const MachineConfig machine = MachineWithEveryField(remonte);
-    frmKirva& shown = f.Open(machine, remonte);
     Machine() = MachineConfig();
     ProgramState adding = f.state; // a window that shows no machine
     adding.Settings.AppCalling = 1;
@@ -202,10 +187,10 @@ TEST(WindowTransfer, FieldsRetypedByHandGiveTheSameRecord) {
             }
         }
     }
-    MachineConfig back;
-    RemonteState backRemonte;
-    typed.TakeMachine(back, backRemonte);
-    ExpectSameFields(machine, remonte, back, backRemonte);
+    MachineConfig retyped;
+    RemonteState retypedRemonte;
+    typed.TakeMachine(retyped, retypedRemonte);
+    ExpectSameFields(machine, remonte, retyped, retypedRemonte);
 }
 
 // Values that a list cannot show one to one come back unchanged when the user left them alone;
@@ -236,66 +221,12 @@ TEST(WindowTransfer, UntouchedFieldsKeepAwkwardValues) {
     EXPECT_EQ(back.MachineDir, machine.MachineDir);
 }
 
-struct EditCase {
-    const char* control;
-    const char* choice; // an entry to choose, or a text to type (editable boxes)
-    const char* section;
-    const char* key;
-    const char* stored;
-};
-
-class WindowUserEdit : public ::testing::TestWithParam<EditCase> {};
-
-// A choice made by the user reaches the record through its conversion.
-TEST_P(WindowUserEdit, StoresTheConvertedValue) {
-    const EditCase& c = GetParam();
-    WindowFixture f;
-    frmKirva& w = f.Open(MachineConfig());
-    auto* box = f.Find<QComboBox>(c.control);
-    ASSERT_NE(box, nullptr);
-    if (box->isEditable()) {
-        box->setEditText(QString::fromUtf8(c.choice));
-    } else {
-        const int index = box->findText(QString::fromUtf8(c.choice));
-        ASSERT_GE(index, 0) << c.choice;
-        box->setCurrentIndex(index);
-    }
-    if (std::string_view(c.control) == "cboDnc_31") {
-        f.Find<QLineEdit>("TxtDnc_37")->setText("#");
-        f.Find<QLineEdit>("TxtDnc_65")->setText("10");
-    }
-    MachineConfig back;
-    RemonteState remonte;
-    w.TakeMachine(back, remonte);
-    EXPECT_EQ(FieldStoredText(*FindFieldForKey(c.section, c.key), back, remonte), c.stored);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Choices, WindowUserEdit,
-    ::testing::Values(EditCase{"cboDnc_23", "Marque", "COMM", "Parite", "M"},
-                      EditCase{"cboDnc_223", "Aucune", "CALL_COMM", "Parite", "N"},
-                      EditCase{"cboDnc_26", "RTS/CTS", "COMM", "CtrlFlux", "2"},
-                      EditCase{"cboDnc_31", "Attente", "OPTION_DNC", "CheckModeRecep", "#-10"},
-                      EditCase{"cboDnc_31", "Caractère qcq", "OPTION_DNC", "CheckModeRecep", "QCQ"},
-                      EditCase{"cboDnc_39", "POP3", "RESEAU", "RemotePort", ""},
-                      EditCase{"cboDnc_39", "TELNET", "RESEAU", "RemotePort", "23"},
-                      EditCase{"cboTelvar_31", "Seveur FTP", "DNC", "Methode", "13"},
-                      EditCase{"cboTelvar_31", "Bloc à Bloc", "DNC", "Methode", "1"},
-                      EditCase{"cboIso_110", "Tournage", "DNC", "Techno", "2"},
-                      EditCase{"cboDnc_2", "Incrément", "DNC", "ProgIndice", "1"},
-                      EditCase{"cboDnc_36", "HTTP", "RESEAU", "RemoteMethode", "4"},
-                      EditCase{"cboDnc_22", "1.5", "COMM", "StopBit", "1.5"},
-                      EditCase{"cboDnc_24", "19200", "COMM", "Bauds", "19200"}));
-
 // The start condition's companion boxes take input only where the condition needs them.
 TEST(WindowTransfer, StartConditionEnablesItsCompanions) {
     WindowFixture f;
     MachineConfig machine;
     machine.CheckModeRecep = "#-5";
     f.Open(machine);
-    EXPECT_EQ(f.Find<QComboBox>("cboDnc_31")->currentText(), "Attente");
-    EXPECT_EQ(f.Find<QLineEdit>("TxtDnc_37")->text(), "#");
-    EXPECT_EQ(f.Find<QLineEdit>("TxtDnc_65")->text(), "5");
     EXPECT_TRUE(f.Find<QLineEdit>("TxtDnc_65")->isEnabled());
     auto* box = f.Find<QComboBox>("cboDnc_31");
     box->setCurrentIndex(box->findText("Caractère"));
@@ -313,12 +244,10 @@ struct FillCase {
     const char* first;
     const char* last;
 };
-class WindowChoiceLists : public ::testing::TestWithParam<FillCase> {};
+class WindowChoiceLists : public test::OpenWindow<::testing::TestWithParam<FillCase>> {};
 
 TEST_P(WindowChoiceLists, OfferTheirEntriesInOrder) {
     const FillCase& c = GetParam();
-    WindowFixture f;
-    f.Open();
     auto* box = f.Find<QComboBox>(c.control);
     ASSERT_NE(box, nullptr);
     ASSERT_EQ(box->count(), c.count);
@@ -346,16 +275,10 @@ INSTANTIATE_TEST_SUITE_P(
         FillCase{"cboTelvar_1", 2, "Atelier A", "Atelier B"},
         FillCase{"cboDnc_3", 1, "LECT_CART", "LECT_CART"}, FillCase{"cboIso_2", 2, "Tours", "Fraiseuses"}));
 
-TEST(WindowChoiceLists, TransferMethodStartsOnItsFirstEntryForANewMachine) {
-    WindowFixture f(1, 1);
-    f.Open();
-    EXPECT_EQ(f.Find<QComboBox>("cboTelvar_31")->currentText(), "Bloc à Bloc");
-}
+using WindowFieldTable = test::OpenWindow<>;
 
 // Every field says where its value is kept; the table names each control once.
-TEST(WindowFieldTable, TooltipsNameFileSectionAndKey) {
-    WindowFixture f;
-    f.Open();
+TEST_F(WindowFieldTable, TooltipsNameFileSectionAndKey) {
     for (const FieldDef& def : FieldTable()) {
         EXPECT_EQ(FindField(def.Array, def.Member), &def) << FieldObjectName(def);
         if (def.Store == FieldStore::Registry) continue;
@@ -372,11 +295,11 @@ TEST(WindowFieldTable, TooltipsNameFileSectionAndKey) {
               "Telvar.ini [DNC] PathFileProgOpen\nKalderon.ini [CNC1] PathFileProgOpen");
 }
 
-// Every editable key of Telvar.ini has exactly one field.
-TEST(WindowFieldTable, EveryEditableKeyHasOneField) {
+// Every editable key of Telvar.ini has exactly one field ("Socket" is read and never written).
+TEST(WindowFieldKeys, EveryEditableKeyHasOneField) {
     for (const KeyDef& key : KeyTable()) {
-        if (key.Source != KeySource::Record && key.Source != KeySource::Remonte) continue;
-        if (!IsWritten(key.Access)) continue; // "Socket" is read and never written
+        if ((key.Source != KeySource::Record && key.Source != KeySource::Remonte) || !IsWritten(key.Access))
+            continue;
         int fields = 0;
         for (const FieldDef& def : FieldTable())
             fields += def.Store != FieldStore::WindowOnly && FieldKey(def) == &key;
@@ -385,9 +308,7 @@ TEST(WindowFieldTable, EveryEditableKeyHasOneField) {
 }
 
 // Tab moves through a panel's fields in the order they stand.
-TEST(WindowFieldTable, TabOrderFollowsThePanel) {
-    WindowFixture f;
-    f.Open();
+TEST_F(WindowFieldTable, TabOrderFollowsThePanel) {
     std::vector<QWidget*> expected;
     for (const FieldDef& def : FieldTable()) {
         if (std::string_view(def.Panel) == "3.2" && def.Widget != FieldWidget::Check) {

@@ -2,6 +2,8 @@
 // and a recorded message box.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
@@ -64,6 +66,14 @@ class WindowFixture {
     ProgramState state;
     RecordingMessages messages;
     std::unique_ptr<frmKirva> window;
+};
+
+// A test with its window open from the start: modify mode, the program manager calling, no machine.
+template <typename Base = ::testing::Test>
+class OpenWindow : public Base {
+  protected:
+    WindowFixture f;
+    frmKirva& w = f.Open();
 };
 
 } // namespace kirva::test

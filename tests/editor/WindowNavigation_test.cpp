@@ -1,11 +1,9 @@
 // Moving between the panels: by a node of the tree, by the panel number, and by a field.
 #include <gtest/gtest.h>
 
-#include <QListWidget>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QStackedWidget>
-#include <QTabWidget>
 #include <QTest>
 #include <QTreeWidget>
 
@@ -15,53 +13,42 @@
 namespace kirva {
 namespace {
 
-using test::WindowFixture;
+using WindowShowPanel = test::OpenWindow<>;
 
-struct NodeCase {
-    const char* text;
+// What brings a panel forward (a node of the tree, a control on the panel), and the panel.
+struct PanelCase {
+    const char* name;
     const char* panel;
 };
 
-class WindowNodeClick : public ::testing::TestWithParam<NodeCase> {};
-
 // Clicking a node brings forward the panel whose whole number is the node's ("Général" is 1, not 1.1).
-TEST_P(WindowNodeClick, ShowsThePanelOfTheNode) {
-    WindowFixture f;
-    frmKirva& w = f.Open();
+TEST_F(WindowShowPanel, ClickingANodeShowsItsPanel) {
     w.show();
     auto* tree = f.Find<QTreeWidget>("TvwCat");
-    w.ShowPanel(QString::fromUtf8(GetParam().panel) == "7" ? "1" : "7");
-    QTreeWidgetItem* node = FindTreeNode(tree, QString::fromUtf8(GetParam().text));
-    ASSERT_NE(node, nullptr);
-    tree->scrollToItem(node);
-    QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(node).center());
-    EXPECT_EQ(w.CurrentPanel(), QString::fromUtf8(GetParam().panel));
-    EXPECT_EQ(PanelTag(GetParam().panel), node->data(0, kNodeTagRole).toString());
-    EXPECT_EQ(node->data(0, kNodeKeyRole).toString(), node->text(0));
+    const PanelCase nodes[] = {{"Général", "1"},       {"Gestion", "1.1"},       {"Dossiers", "1.2"},
+                               {"Programmation", "2"}, {"Syntaxe", "2.1"},       {"Cartouche", "2.2"},
+                               {"Iso", "2.3"},         {"Canaux", "2.4"},        {"DNC", "3"},
+                               {"Filtres", "3.1"},     {"RS 232", "3.2"},        {"Réseau", "3.3"},
+                               {"Tempo", "3.4"},       {"Appel déporté", "3.5"}, {"Editeur", "4"},
+                               {"Iso Formes", "4.1"},  {"Service", "5"},         {"PDC", "6"},
+                               {"Chainage", "7"}};
+    for (const PanelCase& c : nodes) {
+        w.ShowPanel(std::string_view(c.panel) == "7" ? "1" : "7");
+        QTreeWidgetItem* node = FindTreeNode(tree, QString::fromUtf8(c.name));
+        ASSERT_NE(node, nullptr) << c.name;
+        tree->scrollToItem(node);
+        QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, tree->visualItemRect(node).center());
+        EXPECT_EQ(w.CurrentPanel(), c.panel) << c.name;
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    AllNodes, WindowNodeClick,
-    ::testing::Values(NodeCase{"Général", "1"}, NodeCase{"Gestion", "1.1"}, NodeCase{"Dossiers", "1.2"},
-                      NodeCase{"Programmation", "2"}, NodeCase{"Syntaxe", "2.1"},
-                      NodeCase{"Cartouche", "2.2"}, NodeCase{"Iso", "2.3"}, NodeCase{"Canaux", "2.4"},
-                      NodeCase{"DNC", "3"}, NodeCase{"Filtres", "3.1"}, NodeCase{"RS 232", "3.2"},
-                      NodeCase{"Réseau", "3.3"}, NodeCase{"Tempo", "3.4"}, NodeCase{"Appel déporté", "3.5"},
-                      NodeCase{"Editeur", "4"}, NodeCase{"Iso Formes", "4.1"}, NodeCase{"Service", "5"},
-                      NodeCase{"PDC", "6"}, NodeCase{"Chainage", "7"}));
-
-TEST(WindowTree, HoldsTheNineteenNodesUnderTheirParents) {
-    WindowFixture f;
-    f.Open();
+TEST_F(WindowShowPanel, TreeHoldsTheNodesUnderTheirParents) {
     auto* tree = f.Find<QTreeWidget>("TvwCat");
     EXPECT_EQ(tree->topLevelItemCount(), 7);
     QTreeWidgetItem* iso = FindTreeNode(tree, "Iso");
     ASSERT_NE(iso, nullptr);
     EXPECT_EQ(iso->parent()->text(0), "Programmation");
     EXPECT_TRUE(iso->parent()->isExpanded());
-    int count = 0;
-    for (QTreeWidgetItemIterator it(tree); *it != nullptr; ++it) ++count;
-    EXPECT_EQ(count, 19);
 }
 
 TEST(WindowTree, AddTreeNodeRefusesATakenKeyOrAnUnknownParent) {
@@ -75,9 +62,7 @@ TEST(WindowTree, AddTreeNodeRefusesATakenKeyOrAnUnknownParent) {
     EXPECT_EQ(tree.topLevelItemCount(), 1);
 }
 
-TEST(WindowShowPanel, ComparesTheWholeNumberAndIgnoresUnknownOnes) {
-    WindowFixture f;
-    frmKirva& w = f.Open();
+TEST_F(WindowShowPanel, ComparesTheWholeNumberAndIgnoresUnknownOnes) {
     w.ShowPanel("3.2");
     EXPECT_EQ(w.CurrentPanel(), "3.2");
     w.ShowPanel("3.");
@@ -88,9 +73,7 @@ TEST(WindowShowPanel, ComparesTheWholeNumberAndIgnoresUnknownOnes) {
 }
 
 // Another pair ahead of the identifier, and the name spelled in upper case, still give the panel.
-TEST(WindowShowPanel, ReadsTheIdentifierAmongOtherPairs) {
-    WindowFixture f;
-    frmKirva& w = f.Open();
+TEST_F(WindowShowPanel, ReadsTheIdentifierAmongOtherPairs) {
     auto* panel = f.Find<QScrollArea>("PanConfig_5");
     panel->setProperty("Tag", "aide:cartouche|PAN:2.2|");
     w.ShowPanel("1");
@@ -98,51 +81,26 @@ TEST(WindowShowPanel, ReadsTheIdentifierAmongOtherPairs) {
     EXPECT_EQ(f.Find<QStackedWidget>("stkPanConfig")->currentWidget(), panel);
 }
 
-TEST(WindowPanels, CarryTheirIdentifierInTheirTag) {
-    WindowFixture f;
-    f.Open();
-    int index = 0;
-    for (const TreeNodeDef& node : TreeNodes()) {
-        auto* panel = f.Find<QScrollArea>(("PanConfig_" + std::to_string(index++)).c_str());
-        ASSERT_NE(panel, nullptr);
-        EXPECT_EQ(WidgetTag(panel), PanelTag(node.Panel));
+// A control anywhere on a panel, on a tab page included, brings its panel (and page) forward.
+TEST_F(WindowShowPanel, AControlBringsForwardItsPanel) {
+    const PanelCase controls[] = {
+        {"TxtTelvar_1", "1"},    {"TxtTelvar_48", "1"}, {"cboTelvar_50", "1.1"}, {"TxtDnc_13", "1.2"},
+        {"cboIso_3", "2"},       {"txtIso_13", "2.1"},  {"optIso_129", "2.2"},   {"txtIso_28", "2.3"},
+        {"LbCanaux", "2.4"},     {"cboDnc_2", "3"},     {"TxtDnc_44", "3.1"},    {"cboDnc_23", "3.2"},
+        {"txtPing", "3.3"},      {"cboDnc_93", "3.4"},  {"cboDnc_223", "3.5"},   {"TxtTelvar_162", "4"},
+        {"TxtTelvar_56", "4.1"}, {"RtbServices", "5"},  {"LstPlans", "6"},       {"TxtChain", "7"}};
+    for (const PanelCase& c : controls) {
+        w.ShowPanel(std::string_view(c.panel) == "7" ? "1" : "7");
+        auto* control = f.Find<QWidget>(c.name);
+        ASSERT_NE(control, nullptr) << c.name;
+        w.SetFocusOnPanOfInfo(control);
+        EXPECT_EQ(w.CurrentPanel(), c.panel) << c.name;
+        EXPECT_TRUE(control->isVisibleTo(&w)) << c.name;
     }
 }
 
-struct FieldCase {
-    const char* control;
-    const char* panel;
-};
-class WindowFocusOnPanel : public ::testing::TestWithParam<FieldCase> {};
-
-// A control anywhere on a panel, on a tab page included, brings its panel (and page) forward.
-TEST_P(WindowFocusOnPanel, BringsForwardThePanelOfTheControl) {
-    WindowFixture f;
-    frmKirva& w = f.Open();
-    w.ShowPanel(QString::fromUtf8(GetParam().panel) == "7" ? "1" : "7");
-    auto* control = f.Find<QWidget>(GetParam().control);
-    ASSERT_NE(control, nullptr) << GetParam().control;
-    w.SetFocusOnPanOfInfo(control);
-    EXPECT_EQ(w.CurrentPanel(), QString::fromUtf8(GetParam().panel));
-    EXPECT_TRUE(control->isVisibleTo(&w)) << GetParam().control;
-}
-
-INSTANTIATE_TEST_SUITE_P(Fields, WindowFocusOnPanel,
-                         ::testing::Values(FieldCase{"TxtTelvar_1", "1"}, FieldCase{"TxtTelvar_48", "1"},
-                                           FieldCase{"cboTelvar_50", "1.1"}, FieldCase{"TxtDnc_13", "1.2"},
-                                           FieldCase{"cboIso_3", "2"}, FieldCase{"txtIso_13", "2.1"},
-                                           FieldCase{"optIso_129", "2.2"}, FieldCase{"txtIso_28", "2.3"},
-                                           FieldCase{"LbCanaux", "2.4"}, FieldCase{"cboDnc_2", "3"},
-                                           FieldCase{"TxtDnc_44", "3.1"}, FieldCase{"cboDnc_23", "3.2"},
-                                           FieldCase{"txtPing", "3.3"}, FieldCase{"cboDnc_93", "3.4"},
-                                           FieldCase{"cboDnc_223", "3.5"}, FieldCase{"TxtTelvar_162", "4"},
-                                           FieldCase{"TxtTelvar_56", "4.1"}, FieldCase{"RtbServices", "5"},
-                                           FieldCase{"LstPlans", "6"}, FieldCase{"TxtChain", "7"}));
-
 // The tree's selection is left as it was; a control on the window itself brings nothing forward.
-TEST(WindowFocusOnPanel, LeavesTheTreeAndIgnoresControlsOutsideThePanels) {
-    WindowFixture f;
-    frmKirva& w = f.Open();
+TEST_F(WindowShowPanel, FocusLeavesTheTreeAndIgnoresControlsOutsideThePanels) {
     auto* tree = f.Find<QTreeWidget>("TvwCat");
     QTreeWidgetItem* before = tree->currentItem();
     w.ShowPanel("6");

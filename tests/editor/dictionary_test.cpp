@@ -6,6 +6,7 @@
 #include <QTreeWidget>
 #include <QTreeWidgetItemIterator>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,16 +32,11 @@ const std::string kEnglish = kDemoLng + "EN.lng";
 
 // The keys of a dictionary's [KIRVA] section (the section is read whole, whatever its size).
 std::vector<std::string> DictionaryKeys(const std::string& path) {
-    const std::string lines = ini::GetProfileSection(path, kDicoSection, std::size_t{1} << 22);
+    std::istringstream lines(ini::GetProfileSection(path, kDicoSection, std::size_t{1} << 22));
     std::vector<std::string> keys;
-    for (std::size_t start = 0; start < lines.size();) {
-        std::size_t end = lines.find('\0', start);
-        if (end == std::string::npos) end = lines.size();
-        const std::string line = lines.substr(start, end - start);
+    for (std::string line; std::getline(lines, line, '\0');)
         if (const std::size_t equals = line.find('='); equals != std::string::npos)
             keys.push_back(line.substr(0, equals));
-        start = end + 1;
-    }
     return keys;
 }
 

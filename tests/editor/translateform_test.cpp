@@ -100,23 +100,5 @@ TEST_F(TranslateFormTest, TranslatesCaptionsOfTheNamedKindsOnly) {
     EXPECT_EQ(w.tool->text(), "Général");
 }
 
-TEST_F(TranslateFormTest, FrenchDictionaryLearnsEveryCaptionOnce) {
-    Use("FR.lng");
-    Window w;
-    TK_TRANSLATE::TranslateForm(&w.main, kDicoSection);
-    EXPECT_EQ(w.button->text(), "&Ajouter");
-
-    const std::string learnt = test::ReadBytes(dir / "FR.lng");
-    for (const char* line :
-         {"Configurer...=Configurer...\r\n", "&Fichier=&Fichier\r\n", "&Ouvrir=&Ouvrir\r\n",
-          "\r\nG\xE9n\xE9ral=G\xE9n\xE9ral\r\n", "Nom du plan :=Nom du plan :\r\n", "&Ajouter=&Ajouter\r\n",
-          "Syntaxe=Syntaxe\r\n", "R\xE9seau=R\xE9seau\r\n"}) {
-        EXPECT_NE(learnt.find(line), std::string::npos) << line;
-        EXPECT_EQ(learnt.find(line), learnt.rfind(line)) << "one entry per text: " << line;
-    }
-    EXPECT_EQ(learnt.find("\r\n-="), std::string::npos) << "a menu separator is not a text";
-    EXPECT_EQ(learnt.find("\r\n="), std::string::npos) << "an empty caption is not a text";
-}
-
 } // namespace
 } // namespace kirva

@@ -22,28 +22,13 @@ class ScopedEnv {
   public:
     ScopedEnv(const char* name, const std::string& value) : name_(name) {
         if (const char* old = std::getenv(name)) old_ = old;
-        Set(name, value.c_str());
+        ::setenv(name, value.c_str(), 1);
     }
-    ~ScopedEnv() {
-        if (old_)
-            ::setenv(name_, old_->c_str(), 1);
-        else
-            ::unsetenv(name_);
-    }
+    ~ScopedEnv() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
     ScopedEnv(const ScopedEnv&) = delete;
     ScopedEnv& operator=(const ScopedEnv&) = delete;
 
   private:
-    static void Set(const char* name, const char* value) {
-#ifdef _WIN32
-        _putenv_s(name, value ? value : "");
-#else
-        if (value)
-            ::setenv(name, value, 1);
-        else
-            ::unsetenv(name);
-#endif
-    }
     const char* name_;
     std::optional<std::string> old_;
 };
@@ -70,6 +55,12 @@ class MachineFixture : public ::testing::Test {
     std::string Value(const std::string& section, const std::string& key, const std::string& path = {}) {
         return ini::GetProfileString(path.empty() ? TelvarPath() : path, section, key, "<missing>");
     }
+    // The file the complete machine of the writer's test gives, written out by hand.
+    static std::string CompleteMachineFile() {
+        return ReadBytes(std::string(KIRVA_SOURCE_DIR) + "/tests/machine/data/complete-machine.ini");
+    }
+    // The registry key whose values start programs at logon.
+    static constexpr const char* kRunKey = "SOFTWARE\\MICROSOFT\\WINDOWS\\CURRENTVERSION\\RUN";
 
     TempDir dir;
     RecordingMessages messages;

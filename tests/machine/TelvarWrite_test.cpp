@@ -1,19 +1,18 @@
-// Writing a machine's Telvar.ini: order, constants, the keys written but never read, the
-// round trip of a file written by someone else, and the Run value.
+// Writing a machine's Telvar.ini: order, every key's field, a file kept by hand, the lists'
+// counts, the failures a user can meet, and the Run value.
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <tuple>
+#include <vector>
 
-#include "machine/KeyTable.h"
+#include "ini/document.h"
 #include "machine/MachineFixture.h"
 #include "machine/TelvarFile.h"
 #include "platform/platform.h"
 
 namespace kirva::test {
 namespace {
-
-// The registry key whose values start programs at logon.
-const char* const kRunKey = "SOFTWARE\\MICROSOFT\\WINDOWS\\CURRENTVERSION\\RUN";
 
 class MachineWrite : public MachineFixture {
   protected:
@@ -25,31 +24,6 @@ class MachineWrite : public MachineFixture {
     MachineConfig machine;
     WorkstationValues workstation{"192.168.1.20", "/data/talm/"};
 };
-
-// Gives every field of the table a value of its own, so that a round trip shows each key.
-void FillEveryField(MachineConfig& m, RemonteState& r) {
-    int n = 0;
-    for (const KeyDef& def : KeyTable()) {
-        ++n;
-        switch (def.Kind) {
-        case KeyKind::String:
-            SetKeyText(m, r, def, std::string(def.Key) + "-" + std::to_string(n));
-            break;
-        case KeyKind::Bool:
-            SetKeyText(m, r, def, n % 2 ? "1" : "0");
-            break;
-        case KeyKind::Double:
-            SetKeyText(m, r, def, std::to_string(n) + ".25");
-            break;
-        default:
-            SetKeyText(m, r, def, std::to_string(n * (n % 3 ? 1 : -1)));
-        }
-    }
-    m.SetNbActivity(2);
-    m.Activity[1] = {"Usinage", 10, "U"};
-    m.Activity[2] = {"Arret", -3, ""};
-    m.CanalAnalyse = {{"Broche", "1001", "B"}, {"Axe X", "1002", "X"}};
-}
 
 // A machine whose every field differs from its default and from its neighbours, so that a key
 // written from the wrong field, or in the wrong place, changes the bytes.
@@ -188,26 +162,20 @@ MachineConfig CompleteMachine(const std::string& machineDir) {
     return m;
 }
 
-// The file that machine gives, written out by hand in the file's order (sections and keys as the
-// format lists them, code page 1252, CR LF).
-std::string CompleteMachineFile() {
-    return ReadBytes(std::string(KIRVA_SOURCE_DIR) + "/tests/machine/data/complete-machine.ini");
-}
-
-// The writer's order and every key's field, byte for byte; reading that file back and writing
-// it into another empty folder gives the same bytes, so every key read lands in its own field.
+// The writer's order and every key's field, byte for byte (the expected file is written out by
+// hand in code page 1252 with CR LF); reading that file back and writing it into another empty
+// folder gives the same bytes, so every key read lands in its own field.
 TEST_F(MachineWrite, CompleteMachineIntoAnEmptyFolder) {
     RemonteState remonte{true, "/remonte/", false};
-    const MachineConfig complete = CompleteMachine(MachineDir());
-    ASSERT_TRUE(WriteTelvarIni(complete, workstation, remonte));
-    ASSERT_FALSE(CompleteMachineFile().empty());
+    ASSERT_TRUE(WriteTelvarIni(CompleteMachine(MachineDir()), workstation, remonte));
     EXPECT_EQ(ReadBytes(TelvarPath()), CompleteMachineFile());
 
     MachineConfig back;
     RemonteState backRemonte;
     ASSERT_TRUE(ReadTelvarIni(TelvarPath(), back, backRemonte));
-    EXPECT_EQ(back.Socket, 0);
-    // Keys that are written but never read come from the record.
+    // Socket is read only; the other three are written, never read: they come from the record.
+    EXPECT_EQ(std::tie(back.Socket, back.PortComManager, back.ModeGestionBD, back.CodeGroupCN),
+              std::make_tuple(0, 0, 0, 0));
     back.PortComManager = 4000;
     back.ModeGestionBD = 3;
     back.CodeGroupCN = 7;
@@ -218,67 +186,73 @@ TEST_F(MachineWrite, CompleteMachineIntoAnEmptyFolder) {
     EXPECT_TRUE(messages.entries.empty());
 }
 
-// The two timings are constants of the file, whatever it held before.
-TEST_F(MachineWrite, ConstantsReplaceWhatTheFileHeld) {
-    WriteTelvar("[TEMPO]\r\nTimeOutBreak=5\r\nTimeOutVideBuffer=1\r\n");
-    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
-    EXPECT_EQ(Value("TEMPO", "TimeOutBreak"), "108000000");
-    EXPECT_EQ(Value("TEMPO", "TimeOutVideBuffer"), "3600");
+std::string Join(const std::vector<std::string>& lines) {
+    std::string bytes;
+    for (const std::string& line : lines) bytes += line + "\r\n";
+    return bytes;
 }
 
-TEST_F(MachineWrite, ReadOnlySocketStaysAsTheFileHadIt) {
-    WriteTelvar("[TELVAR]\r\nSocket=5\r\n");
-    MachineConfig m;
-    ASSERT_TRUE(ReadTelvarIni(TelvarPath(), m));
-    m.Socket = 6;
-    ASSERT_TRUE(WriteTelvarIni(m, workstation));
-    EXPECT_EQ(Value("TELVAR", "Socket"), "5");
-    EXPECT_EQ(Value("TELVAR", "IPserver"), "192.168.1.20");
+// A file kept by hand and by other programs (comments, odd spacing, keys and sections this program
+// does not know, the lists' sections, code page 1252 text) read and written back with one value
+// changed: every other byte stays as the technician left it.
+TEST_F(MachineWrite, HandKeptFileKeepsEveryByteButTheChangedValue) {
+    // The edit of a complete file: a comment in code page 1252 under each header, blanks around
+    // "=" on every third key, a key and a section of the technician's own, a value with an accent,
+    // the read-only Socket, a constant changed by hand, the lists' sections at the end.
+    std::vector<std::string> edited{"; Machine TOUR1, atelier 2", ""};
+    int keys = 0;
+    const std::string complete = CompleteMachineFile();
+    for (const std::string_view line : ini::SplitLines(complete)) {
+        const std::size_t equals = line.find('=');
+        if (line == "[TEMPO]") edited.insert(edited.end(), {"[NOTES]", "Qui=H\xE9l\xE8ne", ""});
+        if (line.starts_with("[")) {
+            edited.insert(edited.end(), {std::string(line), "; r\xE9gl\xE9 \xE0 la main le 3 mars"});
+            if (line == "[TELVAR]") edited.push_back("Socket=5");
+            if (line == "[RESEAU]") edited.push_back("Atelier = B\xE2timent B");
+        } else if (line.starts_with("RemoteHost=")) {
+            edited.push_back("RemoteHost=serveur-pi\xE8"
+                             "ces");
+        } else if (line.starts_with("TimeOutBreak=")) {
+            edited.push_back("TimeOutBreak=5");
+        } else if (equals != std::string::npos && ++keys % 3 == 0 && !line.starts_with("PortListen=")) {
+            edited.push_back("  " + std::string(line.substr(0, equals)) + " =  " +
+                             std::string(line.substr(equals + 1)) + "\t");
+        } else {
+            edited.emplace_back(line);
+        }
+    }
+    ASSERT_GT(keys, 150);
+    edited.insert(edited.end(), {"", "[PLANS]", "ref:P1|LadX:X|LadY:Z|CoeffX:1|CoeffY:2|R:0|", "[CANAUX]",
+                                 "ref:C1|Pref:$1|Suff:|Canal:1|", "[ZZZ]", ";end"});
+    WriteTelvar(Join(edited));
+
+    MachineConfig read;
+    ASSERT_TRUE(ReadTelvarIni(TelvarPath(), read, Remonte()));
+    EXPECT_EQ(read.RemoteHost, "serveur-pièces");
+    EXPECT_EQ(read.Socket, 5);
+    read.Socket = 6;
+    read.PortComManager = 4000; // written, never read
+    read.ModeGestionBD = 3;
+    read.CodeGroupCN = 7;
+    read.PortListen = 5002;
+    ASSERT_TRUE(WriteTelvarIni(read, workstation, Remonte()));
+
+    // Only the changed value and the constant are written anew, each in its place.
+    for (std::string& line : edited) {
+        if (line.starts_with("PortListen=")) line = "PortListen=5002";
+        if (line.starts_with("TimeOutBreak=")) line = "TimeOutBreak=108000000";
+    }
+    EXPECT_EQ(ReadBytes(TelvarPath()), Join(edited));
+    EXPECT_TRUE(messages.entries.empty());
 }
 
-struct ExtCase {
-    const char* typed;
-    const char* written;
-};
-
-class MachineWriteFileExt : public MachineWrite, public ::testing::WithParamInterface<ExtCase> {};
-
-TEST_P(MachineWriteFileExt, FileExtGetsItsDot) {
-    machine.FileExt = GetParam().typed;
-    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
-    EXPECT_EQ(Value("SYNTAXE_MO", "FileExt"), GetParam().written);
-}
-
-INSTANTIATE_TEST_SUITE_P(Ext, MachineWriteFileExt,
-                         ::testing::Values(ExtCase{"nc", ".nc"}, ExtCase{".nc", ".nc"}, ExtCase{"", ""},
-                                           ExtCase{"  iso ", ".iso"}, ExtCase{"   ", ""}));
-
-// A file kept by hand or by other programs: comments, blank lines, unknown keys and the lists'
-// sections stay in place, byte for byte, through a read and a write.
-TEST_F(MachineWrite, ForeignContentSurvivesARoundTrip) {
-    FillEveryField(machine, Remonte());
-    // Keys that are written but never read come back from a fresh record.
-    machine.PortComManager = machine.ModeGestionBD = machine.CodeGroupCN = 0;
-    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
-    std::string text = ReadBytes(TelvarPath());
-    auto insertAfter = [&text](const std::string& marker, const std::string& lines) {
-        const std::size_t at = text.find(marker);
-        ASSERT_NE(at, std::string::npos) << marker;
-        text.insert(text.find("\r\n", at) + 2, lines);
-    };
-    text.insert(0, "; Machine TOUR1, atelier 2\r\n\r\n");
-    insertAfter("[DNC]", "; réglé par M. Dupont\r\nUnknownKey = garder tel quel \r\n\r\n");
-    insertAfter("[COMM]", "Bauds2=1200\r\n");
-    text += "\r\n[PLANS]\r\nref:P1|LadX:X|LadY:Z|CoeffX:1|CoeffY:2|R:0|\r\nref:P2|LadX:X|LadY:Y|CoeffX:1|"
-            "CoeffY:1|R:1|\r\n[CANAUX]\r\nref:C1|Pref:$1|Suff:|Canal:1|\r\n"
-            "[ZZZ]\r\n;end\r\n";
-    WriteTelvar(text);
-    ini::ClearCache();
-
-    MachineConfig m;
-    ASSERT_TRUE(ReadTelvarIni(TelvarPath(), m));
-    ASSERT_TRUE(WriteTelvarIni(m, workstation));
-    EXPECT_EQ(ReadBytes(TelvarPath()), text);
+TEST_F(MachineWrite, FileExtGetsItsDot) {
+    for (const auto& [typed, written] :
+         {std::pair{"nc", ".nc"}, {".nc", ".nc"}, {"", ""}, {"  iso ", ".iso"}, {"   ", ""}}) {
+        machine.FileExt = typed;
+        ASSERT_TRUE(WriteTelvarIni(machine, workstation));
+        EXPECT_EQ(Value("SYNTAXE_MO", "FileExt"), written) << typed;
+    }
 }
 
 TEST_F(MachineWrite, LineBreaksInValuesCannotAddKeys) {
@@ -315,15 +289,13 @@ TEST_F(MachineWrite, CountsFollowTheHeldEntries) {
 }
 
 TEST_F(MachineWrite, FailureNamesTheMachine) {
-    struct Case {
-        std::string dir;
-    };
     WriteBytes(dir / "plain-file", "x");
-    for (const Case& c : {Case{""}, Case{dir / "plain-file"}, Case{dir / "no/such/folder"}}) {
+    for (const std::string& folder :
+         {std::string(), std::string(dir / "plain-file"), std::string(dir / "no/such")}) {
         messages.entries.clear();
-        machine.MachineDir = c.dir;
-        EXPECT_FALSE(WriteTelvarIni(machine, workstation)) << c.dir;
-        ASSERT_EQ(messages.entries.size(), 1u) << c.dir;
+        machine.MachineDir = folder;
+        EXPECT_FALSE(WriteTelvarIni(machine, workstation)) << folder;
+        ASSERT_EQ(messages.entries.size(), 1u) << folder;
         EXPECT_EQ(messages.entries[0].text,
                   "Problème durant l'écriture du fichier Telvar.ini de la machine TOUR1");
         EXPECT_EQ(messages.entries[0].icon, IconWarning);
@@ -337,8 +309,8 @@ TEST_F(MachineWrite, BlankReferenceLeavesTheRunKeyAlone) {
     ASSERT_TRUE(platform::RegWriteString(root, kRunKey, "", "/opt/autre/Telvar.exe"));
     ASSERT_TRUE(platform::RegWriteString(root, kRunKey, "TOUR2", "/m2/Telvar.exe"));
     const std::string registry = ReadBytes(dir / "registry.ini");
+    machine.RefMO = "  ";
     for (const bool startWithWindows : {true, false}) {
-        machine.RefMO = "  ";
         machine.StartWithWindows = startWithWindows;
         EXPECT_TRUE(WriteTelvarIni(machine, workstation)) << startWithWindows;
         EXPECT_EQ(ReadBytes(dir / "registry.ini"), registry) << startWithWindows;
@@ -346,44 +318,30 @@ TEST_F(MachineWrite, BlankReferenceLeavesTheRunKeyAlone) {
     EXPECT_TRUE(messages.entries.empty());
 }
 
-struct RunCase {
-    const char* name;
-    bool startWithWindows;
-    bool useComManager;
-    std::optional<std::string> before;
-    bool expectMachinePath; // the value becomes the machine's Telvar.exe
-    std::optional<std::string> after;
-};
-
-class MachineWriteRun : public MachineWrite, public ::testing::WithParamInterface<RunCase> {};
-
-TEST_P(MachineWriteRun, RunValue) {
-    const RunCase& c = GetParam();
+// Off deletes the Run value; on with the communication manager leaves it as it is; on without
+// it names the machine's Telvar.exe.
+TEST_F(MachineWrite, RunValue) {
+    struct Case {
+        bool startWithWindows, useComManager;
+        std::optional<std::string> before, after; // "exe": the machine's Telvar.exe
+    };
+    const Case cases[] = {{false, false, "old", std::nullopt},        {false, true, "old", std::nullopt},
+                          {false, false, std::nullopt, std::nullopt}, {true, true, "old", "old"},
+                          {true, false, std::nullopt, "exe"},         {true, false, "old", "exe"}};
     const auto root = platform::RegRoot::LocalMachine;
-    if (c.before) {
-        ASSERT_TRUE(platform::RegWriteString(root, kRunKey, "TOUR1", *c.before));
-    }
-    machine.StartWithWindows = c.startWithWindows;
-    machine.UseComManager = c.useComManager;
-    ASSERT_TRUE(WriteTelvarIni(machine, workstation));
-    const auto value = platform::RegReadString(root, kRunKey, "TOUR1");
-    if (c.expectMachinePath) {
-        EXPECT_EQ(value, MachineDir() + "Telvar.exe");
-    } else {
-        EXPECT_EQ(value, c.after);
+    for (const Case& c : cases) {
+        ASSERT_TRUE(platform::RegDeleteValue(root, kRunKey, "TOUR1"));
+        if (c.before) {
+            ASSERT_TRUE(platform::RegWriteString(root, kRunKey, "TOUR1", *c.before));
+        }
+        machine.StartWithWindows = c.startWithWindows;
+        machine.UseComManager = c.useComManager;
+        ASSERT_TRUE(WriteTelvarIni(machine, workstation));
+        EXPECT_EQ(platform::RegReadString(root, kRunKey, "TOUR1"),
+                  c.after == "exe" ? std::optional(MachineDir() + "Telvar.exe") : c.after)
+            << c.startWithWindows << c.useComManager << c.before.value_or("-");
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Run, MachineWriteRun,
-    ::testing::Values(RunCase{"OffDeletes", false, false, "old", false, std::nullopt},
-                      RunCase{"OffDeletesEvenWithManager", false, true, "old", false, std::nullopt},
-                      RunCase{"OffWithoutValue", false, false, std::nullopt, false, std::nullopt},
-                      RunCase{"ManagerKeeps", true, true, "old", false, "old"},
-                      RunCase{"ManagerKeepsNothing", true, true, std::nullopt, false, std::nullopt},
-                      RunCase{"OnSets", true, false, std::nullopt, true, std::nullopt},
-                      RunCase{"OnReplaces", true, false, "old", true, std::nullopt}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 } // namespace
 } // namespace kirva::test

@@ -25,50 +25,34 @@ TEST(Validation, DuplicateReferenceIsAnyPartOfAKnownOne) {
     EXPECT_FALSE(IsDuplicateReference("TOUR1", {""}, 1)); // no machine known yet
 }
 
+// A reference names a file: the first forbidden character is named in the message, quoted, or
+// by its code when it cannot be seen.
 TEST(Validation, ReferenceMustNameAFile) {
-    struct Case {
-        std::string reference;
-        std::optional<std::string> problem;
+    for (const char* reference : {"TOUR_T01", "Tour 1 (atelier B) é", "M.01"})
+        EXPECT_EQ(ReferenceFileNameProblem(reference), std::nullopt) << reference;
+    const std::pair<const char*, const char*> refused[] = {
+        {"T/01", "\"/\""}, {"T\\01", "\"\\\""}, {"..", "\"..\""}, {"T..1", "\"..\""}, {"T:1", "\":\""},
+        {"T*", "\"*\""},   {"T?", "\"?\""},     {"<T>", "\"<\""}, {"T|1", "\"|\""},   {"T\"1", "\"\"\""},
     };
-    const Case cases[] = {
-        {"TOUR_T01", std::nullopt},
-        {"Tour 1 (atelier B) \xC3\xA9", std::nullopt},
-        {"M.01", std::nullopt},
-        {"T/01", "\"/\""},
-        {"T\\01", "\"\\\""},
-        {"..", "\"..\""},
-        {"T..1", "\"..\""},
-        {"T:1", "\":\""},
-        {"T*", "\"*\""},
-        {"T?", "\"?\""},
-        {"<T>", "\"<\""},
-        {"T|1", "\"|\""},
-        {"T\"1", "\"\"\""},
-        {"T\t1", "le caract\xC3\xA8re de code 0x09"},
-        {"T\x7F", "le caract\xC3\xA8re de code 0x7F"},
-    };
-    for (const Case& c : cases) EXPECT_EQ(ReferenceFileNameProblem(c.reference), c.problem) << c.reference;
+    for (const auto& [reference, problem] : refused)
+        EXPECT_EQ(ReferenceFileNameProblem(reference), problem) << reference;
+    EXPECT_EQ(ReferenceFileNameProblem("T\t1"), "le caractère de code 0x09");
+    EXPECT_EQ(ReferenceFileNameProblem("T\x7F"), "le caractère de code 0x7F");
 }
 
 TEST(Validation, RequiredFieldsInOrderWithTheCallersWords) {
+    const std::string reference = "Vous devez attribuer une référence à cette machine !";
     struct Case {
         int mode;
-        const char* reference;
-        const char* folder;
+        const char *reference, *folder;
         std::optional<std::string> message;
     };
-    const Case cases[] = {
-        {1, "", "",
-         "Vous devez attribuer une r\xC3\xA9"
-         "f\xC3\xA9rence \xC3\xA0 cette machine !"},
-        {2, "  ", "/srv/T1/",
-         "Vous devez attribuer une r\xC3\xA9"
-         "f\xC3\xA9rence \xC3\xA0 cette machine !"},
-        {1, "T1", " ", "Vous devez associer un dossier \xC3\xA0 cette machine !"},
-        {2, "T1", "", "Vous devez associer un dossier Port DNC \xC3\xA0 cette machine !"},
-        {1, "T1", "/srv/T1/", std::nullopt},
-        {2, "T1", "/srv/T1/", std::nullopt},
-    };
+    const Case cases[] = {{1, "", "", reference},
+                          {2, "  ", "/srv/T1/", reference},
+                          {1, "T1", " ", "Vous devez associer un dossier à cette machine !"},
+                          {2, "T1", "", "Vous devez associer un dossier Port DNC à cette machine !"},
+                          {1, "T1", "/srv/T1/", std::nullopt},
+                          {2, "T1", "/srv/T1/", std::nullopt}};
     for (const Case& c : cases)
         EXPECT_EQ(RequiredFieldProblem(c.mode, c.reference, c.folder), c.message)
             << c.mode << " '" << c.reference << "' '" << c.folder << "'";

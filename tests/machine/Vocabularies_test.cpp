@@ -9,117 +9,71 @@
 namespace kirva {
 namespace {
 
-struct TextCase {
-    const char* input;
-    const char* expected;
-};
-
-class ParityToLetterTest : public ::testing::TestWithParam<TextCase> {};
-TEST_P(ParityToLetterTest, GivesTheStoredLetter) {
-    EXPECT_EQ(ParityToLetter(GetParam().input), GetParam().expected);
+// Parity both ways; a text or letter outside the list (case and blanks count) gives nothing.
+TEST(Vocabularies, ParityShownAndStored) {
+    const std::pair<const char*, const char*> parities[] = {
+        {"Paire", "E"}, {"Impaire", "O"}, {"Aucune", "N"}, {"Marque", "M"}};
+    for (const auto& [shown, letter] : parities) {
+        EXPECT_EQ(ParityToLetter(shown), letter);
+        EXPECT_EQ(LetterToParity(letter), shown);
+    }
+    for (const char* shown : {"paire", " Paire", ""}) EXPECT_EQ(ParityToLetter(shown), "") << shown;
+    for (const char* letter : {"m", "X", "", "EO"}) EXPECT_EQ(LetterToParity(letter), "") << letter;
 }
-INSTANTIATE_TEST_SUITE_P(Shown, ParityToLetterTest,
-                         ::testing::Values(TextCase{"Paire", "E"}, TextCase{"Impaire", "O"},
-                                           TextCase{"Aucune", "N"}, TextCase{"Marque", "M"},
-                                           TextCase{"paire", ""}, TextCase{" Paire", ""}, TextCase{"", ""},
-                                           TextCase{"Even", ""}));
 
-class LetterToParityTest : public ::testing::TestWithParam<TextCase> {};
-TEST_P(LetterToParityTest, GivesTheShownParity) {
-    EXPECT_EQ(LetterToParity(GetParam().input), GetParam().expected);
+// Service names give their port (POP3 none on purpose); any other text is kept, trimmed.
+TEST(Vocabularies, ServicePortStored) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"FTP", "21"},    {" FTP ", "21"},  {"SMTP", "25"},     {"POP3", ""},
+        {"HTTP", "80"},   {"HTTPS", "443"}, {"GOPHER", "70"},   {"SOCKS", "1080"},
+        {"TELNET", "23"}, {"ftp", "ftp"},   {" 8080 ", "8080"}, {"", ""}};
+    for (const auto& [typed, port] : cases) EXPECT_EQ(NormalizeServicePort(typed), port) << typed;
 }
-// A letter outside "EONM" (lower case included) gives nothing instead of failing.
-INSTANTIATE_TEST_SUITE_P(Stored, LetterToParityTest,
-                         ::testing::Values(TextCase{"E", "Paire"}, TextCase{"O", "Impaire"},
-                                           TextCase{"N", "Aucune"}, TextCase{"M", "Marque"},
-                                           TextCase{"m", ""}, TextCase{"X", ""}, TextCase{"", ""},
-                                           TextCase{"EO", ""}));
 
-struct FlowCase {
-    const char* shown;
-    int index;
-};
-class FlowControlIndexTest : public ::testing::TestWithParam<FlowCase> {};
-TEST_P(FlowControlIndexTest, GivesTheStoredIndex) {
-    EXPECT_EQ(FlowControlIndex(GetParam().shown), GetParam().index);
+TEST(Vocabularies, FlowControlIndexOfTheTrimmedText) {
+    const std::pair<const char*, int> cases[] = {
+        {"Aucun", 0},       {"Xon/Xoff", 1}, {"RTS/CTS", 2},        {"RTS/Xon", 3},  {"Xon/Xoff/DTR", 4},
+        {"RTS/CTS/DTR", 5}, {"\tAucun", 0},  {"  RTS/Xon/DTR ", 6}, {"rts/cts", -1}, {"", -1}};
+    for (const auto& [shown, index] : cases) EXPECT_EQ(FlowControlIndex(shown), index) << shown;
 }
-INSTANTIATE_TEST_SUITE_P(Shown, FlowControlIndexTest,
-                         ::testing::Values(FlowCase{"Aucun", 0}, FlowCase{"Xon/Xoff", 1},
-                                           FlowCase{"RTS/CTS", 2}, FlowCase{"RTS/Xon", 3},
-                                           FlowCase{"Xon/Xoff/DTR", 4}, FlowCase{"RTS/CTS/DTR", 5},
-                                           FlowCase{"  RTS/Xon/DTR ", 6}, FlowCase{"\tAucun", 0},
-                                           FlowCase{"rts/cts", -1}, FlowCase{"", -1}));
 
-struct StartCase {
-    const char* shown;
-    const char* character;
-    const char* wait;
-    const char* code;
-};
-class StartConditionToCodeTest : public ::testing::TestWithParam<StartCase> {};
-TEST_P(StartConditionToCodeTest, GivesTheStoredCode) {
-    const auto& c = GetParam();
-    EXPECT_EQ(StartConditionToCode(c.shown, c.character, c.wait), c.code);
+// "Attente" with a waiting time is the character, "-" and the time; without one it is stored
+// as "Caractère": the character, "QCQ" when there is none.
+TEST(Vocabularies, StartConditionToCode) {
+    struct Case {
+        const char *shown, *character, *wait, *code;
+    };
+    const Case cases[] = {{"Rien", "x", "3", "NS"},      {"Caractère", "#", "5", "#"},
+                          {"Caractère", "", "", "QCQ"},  {"Caractère qcq", "#", "", "QCQ"},
+                          {"Montée RTS", "", "", "RTS"}, {"Attente", "#", "5", "#-5"},
+                          {"Attente", "#", "", "#"},     {"Attente", "", "", "QCQ"},
+                          {"RS232", "", "", "RS232"},    {"rien", "", "", ""}};
+    for (const Case& c : cases)
+        EXPECT_EQ(StartConditionToCode(c.shown, c.character, c.wait), c.code)
+            << c.shown << c.character << c.wait;
 }
-INSTANTIATE_TEST_SUITE_P(
-    Shown, StartConditionToCodeTest,
-    ::testing::Values(StartCase{"Rien", "x", "3", "NS"}, StartCase{"Caractère", "#", "", "#"},
-                      StartCase{"Caractère", "#", "5", "#"}, // a waiting time belongs to "Attente" only
-                      StartCase{"Caractère", "", "", "QCQ"}, StartCase{"Caractère qcq", "#", "", "QCQ"},
-                      StartCase{"Montée RTS", "", "", "RTS"}, StartCase{"Attente", "#", "5", "#-5"},
-                      StartCase{"Attente", "#", "", "#"}, StartCase{"Attente", "", "", "QCQ"},
-                      StartCase{"RS232", "", "", "RS232"}, StartCase{"rien", "", "", ""},
-                      StartCase{"", "#", "5", ""}));
 
-struct CodeCase {
-    const char* code;
-    int index;
-    const char* character;
-    const char* wait;
-};
-class CodeToStartConditionTest : public ::testing::TestWithParam<CodeCase> {};
-TEST_P(CodeToStartConditionTest, GivesTheShownConditionAndCompanions) {
-    const auto& c = GetParam();
-    const StartConditionView view = CodeToStartCondition(c.code);
-    EXPECT_EQ(view.Index, c.index);
-    EXPECT_EQ(view.Character, c.character);
-    EXPECT_EQ(view.WaitTime, c.wait);
-    // The companion boxes take input for "Caractère" (the character) and "Attente" (both).
-    EXPECT_EQ(view.CharacterEnabled(), c.index == 1 || c.index == 4);
-    EXPECT_EQ(view.WaitTimeEnabled(), c.index == 4);
-}
-// Indexes: 0 "Rien", 1 "Caractère", 2 "Caractère qcq", 3 "Montée RTS", 4 "Attente", 5 "RS232".
-INSTANTIATE_TEST_SUITE_P(Stored, CodeToStartConditionTest,
-                         ::testing::Values(CodeCase{"NS", 0, "", ""}, CodeCase{"", 0, "", ""},
-                                           CodeCase{"QCQ", 2, "", ""}, CodeCase{"RTS", 3, "", ""},
-                                           CodeCase{"RS232", 5, "", ""}, CodeCase{"#", 1, "#", ""},
-                                           CodeCase{"-", 1, "-", ""}, CodeCase{"qcq", 1, "qcq", ""},
-                                           CodeCase{"#-5", 4, "#", "5"}, CodeCase{"--12", 4, "-", "12"}));
-
-class NormalizeServicePortTest : public ::testing::TestWithParam<TextCase> {};
-TEST_P(NormalizeServicePortTest, GivesThePortStored) {
-    EXPECT_EQ(NormalizeServicePort(GetParam().input), GetParam().expected);
-}
-INSTANTIATE_TEST_SUITE_P(
-    Typed, NormalizeServicePortTest,
-    ::testing::Values(TextCase{"21", "21"}, TextCase{"FTP", "21"}, TextCase{" FTP ", "21"},
-                      TextCase{"25", "25"}, TextCase{"SMTP", "25"}, TextCase{"POP3", ""},
-                      TextCase{"80", "80"}, TextCase{"HTTP", "80"}, TextCase{"443", "443"},
-                      TextCase{"HTTPS", "443"}, TextCase{"70", "70"}, TextCase{"GOPHER", "70"},
-                      TextCase{"1080", "1080"}, TextCase{"SOCKS", "1080"}, TextCase{"23", "23"},
-                      TextCase{"TELNET", "23"}, TextCase{"\t23 ", "23"}, TextCase{"ftp", "ftp"},
-                      TextCase{" 8080 ", "8080"}, TextCase{"", ""}));
-
-TEST(VocabularyLists, KeepTheirEntriesAsTheProgramWritesThem) {
-    EXPECT_EQ(vocab::TransferMethods.size(), 22u);
-    EXPECT_STREQ(vocab::TransferMethods[0], "");
-    EXPECT_STREQ(vocab::TransferMethods[13], "Seveur FTP");
-    EXPECT_STREQ(vocab::TransferMethods[21], "FANUC Focas");
-    EXPECT_STREQ(vocab::SerialSpeeds[10], "115200");
-    EXPECT_STREQ(vocab::InternetServices[3], "POP3");
-    EXPECT_STREQ(vocab::Steps10To65[11], "65");
-    EXPECT_STREQ(vocab::Steps10To240[8], "240");
-    EXPECT_STREQ(vocab::MachiningTypes[0], "");
+// Indexes: 0 "Rien", 1 "Caractère", 2 "Caractère qcq", 3 "Montée RTS", 4 "Attente", 5 "RS232". A
+// code holding "-" is split at its last one; the companion boxes take input for "Caractère" (the
+// character) and "Attente" (both).
+TEST(Vocabularies, CodeToStartCondition) {
+    struct Case {
+        const char* code;
+        int index;
+        const char *character, *wait;
+    };
+    const Case cases[] = {{"NS", 0, "", ""},     {"", 0, "", ""},       {"QCQ", 2, "", ""},
+                          {"RTS", 3, "", ""},    {"RS232", 5, "", ""},  {"#", 1, "#", ""},
+                          {"-", 1, "-", ""},     {"qcq", 1, "qcq", ""}, {"#-5", 4, "#", "5"},
+                          {"--12", 4, "-", "12"}};
+    for (const Case& c : cases) {
+        const StartConditionView view = CodeToStartCondition(c.code);
+        EXPECT_EQ(view.Index, c.index) << c.code;
+        EXPECT_EQ(view.Character, c.character) << c.code;
+        EXPECT_EQ(view.WaitTime, c.wait) << c.code;
+        EXPECT_EQ(view.CharacterEnabled(), c.index == 1 || c.index == 4) << c.code;
+        EXPECT_EQ(view.WaitTimeEnabled(), c.index == 4) << c.code;
+    }
 }
 
 } // namespace

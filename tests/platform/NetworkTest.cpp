@@ -18,21 +18,20 @@
 namespace kirva::platform {
 namespace {
 
-using posix::IcmpSocketKind;
+using posix::IcmpOutcome;
+using enum posix::IcmpSocketKind;
 const std::uint32_t kLoopback = htonl(INADDR_LOOPBACK);
 const std::uint32_t kOther = htonl(0x7F000002); // an address of no concern to the request
 
 TEST(PlatformNetwork, ResolvesLocalNames) {
+    std::string dotted, error, name;
     for (const std::string host : {"localhost", "127.0.0.1", "  127.0.0.1 "}) {
-        std::string dotted, error;
         EXPECT_TRUE(ResolveIPv4(host, dotted, error)) << host << ": " << error;
         EXPECT_EQ(dotted, "127.0.0.1");
     }
-    std::string dotted, error;
     EXPECT_FALSE(ResolveIPv4(" ", dotted, error));
     EXPECT_EQ(dotted, "");
     EXPECT_FALSE(error.empty());
-    std::string name;
     EXPECT_TRUE(LocalHostName(name, error));
     EXPECT_FALSE(name.empty());
 }
@@ -50,41 +49,31 @@ TEST(PlatformNetwork, EchoToLoopbackIsAnswered) {
 }
 
 TEST(PlatformNetwork, SystemErrorsAndIcmpMessagesGiveWindowsStatusCodes) {
-    const std::pair<int, std::uint32_t> errnos[] = {
-        {ENETUNREACH, 11002}, {EHOSTUNREACH, 11003}, {ECONNREFUSED, 11005},
-        {EMSGSIZE, 11009},    {ENOBUFS, 11006},      {EINVAL, 11050},
-    };
-    for (const auto& [err, status] : errnos) EXPECT_EQ(posix::IcmpStatusForErrno(err), status) << err;
-
-    struct Message {
-        int type, code;
-        std::uint32_t status;
-    };
-    const Message messages[] = {
-        {3, 0, 11002},  {3, 1, 11003},  {3, 2, 11004},  {3, 3, 11005}, {3, 4, 11009}, {3, 13, 11003},
-        {11, 0, 11013}, {11, 1, 11014}, {12, 0, 11015}, {4, 0, 11016}, {5, 1, 0},     {0, 0, 0},
-    };
-    for (const Message& m : messages)
-        EXPECT_EQ(posix::IcmpStatusForMessage(m.type, m.code), m.status) << m.type << "/" << m.code;
+    const int errnos[][2] = {{ENETUNREACH, 11002}, {EHOSTUNREACH, 11003}, {ECONNREFUSED, 11005},
+                             {EMSGSIZE, 11009},    {ENOBUFS, 11006},      {EINVAL, 11050}};
+    for (const auto& e : errnos) EXPECT_EQ(posix::IcmpStatusForErrno(e[0]), std::uint32_t(e[1])) << e[0];
+    // type, code, status
+    const int messages[][3] = {{3, 0, 11002},  {3, 1, 11003},  {3, 2, 11004},  {3, 3, 11005},
+                               {3, 4, 11009},  {3, 13, 11003}, {11, 0, 11013}, {11, 1, 11014},
+                               {12, 0, 11015}, {4, 0, 11016},  {5, 1, 0},      {0, 0, 0}};
+    for (const auto& m : messages)
+        EXPECT_EQ(posix::IcmpStatusForMessage(m[0], m[1]), std::uint32_t(m[2])) << m[0] << "/" << m[1];
 }
 
 std::vector<std::uint8_t> Icmp(std::uint8_t type, std::uint8_t code, std::uint16_t id, std::uint16_t seq,
-                               std::vector<std::uint8_t> payload = {}) {
-    std::vector<std::uint8_t> bytes = {
+                               std::vector<std::uint8_t> bytes = {}) {
+    const std::uint8_t header[8] = {
         type, code, 0, 0, std::uint8_t(id >> 8), std::uint8_t(id), std::uint8_t(seq >> 8), std::uint8_t(seq)};
-    for (std::uint8_t byte : payload) bytes.push_back(byte);
+    bytes.insert(bytes.begin(), header, header + 8);
     return bytes;
 }
 
 std::vector<std::uint8_t> Ip(std::uint32_t source, std::uint32_t destination,
-                             const std::vector<std::uint8_t>& icmp) {
-    std::vector<std::uint8_t> bytes(20, 0);
-    bytes[0] = 0x45;
-    bytes[8] = 64;
-    bytes[9] = IPPROTO_ICMP;
-    std::memcpy(&bytes[12], &source, 4);
-    std::memcpy(&bytes[16], &destination, 4);
-    for (std::uint8_t byte : icmp) bytes.push_back(byte);
+                             std::vector<std::uint8_t> bytes) {
+    std::uint8_t header[20] = {0x45, 0, 0, 0, 0, 0, 0, 0, 64, IPPROTO_ICMP};
+    std::memcpy(&header[12], &source, 4);
+    std::memcpy(&header[16], &destination, 4);
+    bytes.insert(bytes.begin(), header, header + 20);
     return bytes;
 }
 
@@ -92,31 +81,25 @@ TEST(PlatformNetwork, RawSocketPicksTheAnswerToItsOwnRequest) {
     const std::vector<std::uint8_t> data(9, 'x');
     const auto ours = Ip(kOther, kLoopback, Icmp(8, 0, 77, 5));
     const auto theirs = Ip(kOther, kLoopback, Icmp(8, 0, 78, 5));
-    struct Case {
+    const struct {
         const char* what;
         std::vector<std::uint8_t> packet;
-        posix::IcmpOutcome::Kind kind;
-        std::uint32_t status;
-        std::uint16_t size;
+        IcmpOutcome::Kind kind = IcmpOutcome::Ignore;
+        std::uint32_t status = 0;
+        std::uint16_t size = 0;
+    } cases[] = {
+        {"reply", Ip(kLoopback, kOther, Icmp(0, 0, 77, 5, data)), IcmpOutcome::Reply, 0, 9},
+        {"reply to another program", Ip(kLoopback, kOther, Icmp(0, 0, 78, 5, data))},
+        {"reply to an older request", Ip(kLoopback, kOther, Icmp(0, 0, 77, 4, data))},
+        {"reply from another host", Ip(kOther, kOther, Icmp(0, 0, 77, 5, data))},
+        {"own request seen on loopback", ours},
+        {"host unreachable", Ip(kOther, kOther, Icmp(3, 1, 0, 0, ours)), IcmpOutcome::Failure, 11003},
+        {"ttl exceeded", Ip(kOther, kOther, Icmp(11, 0, 0, 0, ours)), IcmpOutcome::Failure, 11013},
+        {"unreachable for another program", Ip(kOther, kOther, Icmp(3, 1, 0, 0, theirs))},
+        {"redirect", Ip(kOther, kOther, Icmp(5, 1, 0, 0, ours))},
+        {"truncated", {0x45, 0, 0}},
     };
-    const Case cases[] = {
-        {"reply", Ip(kLoopback, kOther, Icmp(0, 0, 77, 5, data)), posix::IcmpOutcome::Reply, 0, 9},
-        {"reply to another program", Ip(kLoopback, kOther, Icmp(0, 0, 78, 5, data)),
-         posix::IcmpOutcome::Ignore, 0, 0},
-        {"reply to an older request", Ip(kLoopback, kOther, Icmp(0, 0, 77, 4, data)),
-         posix::IcmpOutcome::Ignore, 0, 0},
-        {"reply from another host", Ip(kOther, kOther, Icmp(0, 0, 77, 5, data)), posix::IcmpOutcome::Ignore,
-         0, 0},
-        {"own request seen on loopback", ours, posix::IcmpOutcome::Ignore, 0, 0},
-        {"host unreachable", Ip(kOther, kOther, Icmp(3, 1, 0, 0, ours)), posix::IcmpOutcome::Failure, 11003,
-         0},
-        {"ttl exceeded", Ip(kOther, kOther, Icmp(11, 0, 0, 0, ours)), posix::IcmpOutcome::Failure, 11013, 0},
-        {"unreachable for another program", Ip(kOther, kOther, Icmp(3, 1, 0, 0, theirs)),
-         posix::IcmpOutcome::Ignore, 0, 0},
-        {"redirect", Ip(kOther, kOther, Icmp(5, 1, 0, 0, ours)), posix::IcmpOutcome::Ignore, 0, 0},
-        {"truncated", {0x45, 0, 0}, posix::IcmpOutcome::Ignore, 0, 0},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         const auto outcome = posix::ClassifyRawPacket(c.packet.data(), c.packet.size(), kLoopback, 77, 5);
         EXPECT_EQ(outcome.kind, c.kind) << c.what;
         EXPECT_EQ(outcome.status, c.status) << c.what;
@@ -126,97 +109,64 @@ TEST(PlatformNetwork, RawSocketPicksTheAnswerToItsOwnRequest) {
 
 // ------------------------------------------------------------------ in a private network namespace
 
-bool SetLoopback(bool up) {
+bool BringLoopbackUp() {
     const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     ifreq request{};
     std::strncpy(request.ifr_name, "lo", IFNAMSIZ - 1);
     bool ok = ::ioctl(fd, SIOCGIFFLAGS, &request) == 0;
-    request.ifr_flags = static_cast<short>(up ? (request.ifr_flags | IFF_UP) : (request.ifr_flags & ~IFF_UP));
+    request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_UP);
     ok = ok && ::ioctl(fd, SIOCSIFFLAGS, &request) == 0;
     ::close(fd);
     return ok;
 }
 
 bool SetNetworkSetting(const std::string& name, const std::string& value) {
-    std::ofstream file("/proc/sys/net/ipv4/" + name);
-    file << value;
-    file.flush();
-    return file.good();
+    return static_cast<bool>(std::ofstream("/proc/sys/net/ipv4/" + name) << value << std::flush);
 }
 
-struct NamespaceCase {
-    const char* what;
-    bool loopbackUp;
-    bool ignoreEchoes;     // the namespace's stack does not answer echoes: a silent address
-    const char* pingGroup; // net.ipv4.ping_group_range of the namespace
-    bool unprivileged;     // the child gives up root (and CAP_NET_RAW) first
-    IcmpSocketKind kind;
-    bool answered;
-    std::uint32_t status;
-};
-
-struct NamespaceResult {
-    bool ran;
-    bool answered;
-    std::uint32_t status;
-    std::uint16_t dataSize;
-};
-
+// Each case in a network namespace of its own, where the loopback interface starts down.
 TEST(PlatformNetwork, UnreachableSilentAndRefusedInAPrivateNamespace) {
-    const NamespaceCase cases[] = {
-        {"loopback down", false, false, "1 0", false, IcmpSocketKind::Automatic, false, 11002},
-        {"loopback down, datagram", false, false, "0 2147483647", false, IcmpSocketKind::Datagram, false,
-         11002},
-        {"datagram socket", true, false, "0 2147483647", false, IcmpSocketKind::Datagram, true, 0},
-        {"raw socket", true, false, "0 2147483647", false, IcmpSocketKind::Raw, true, 0},
-        {"silent, raw", true, true, "0 2147483647", false, IcmpSocketKind::Raw, false, 11010},
-        {"silent, datagram", true, true, "0 2147483647", false, IcmpSocketKind::Datagram, false, 11010},
-        {"datagram not permitted", true, false, "1 0", false, IcmpSocketKind::Datagram, false, 11050},
-        // Last: the child cannot take root back.
-        {"no socket permitted", true, false, "1 0", true, IcmpSocketKind::Automatic, false, 11050},
+    const char* const kAll = "0 2147483647"; // net.ipv4.ping_group_range: who may open datagram sockets
+    const char* const kNone = "1 0";
+    const struct {
+        const char* what;
+        bool loopbackUp;
+        bool ignoreEchoes; // the namespace's stack does not answer echoes: a silent address
+        const char* pingGroup;
+        bool unprivileged; // the child gives up root (and CAP_NET_RAW) first
+        posix::IcmpSocketKind kind;
+        std::uint32_t status; // 0: answered with the 9 bytes sent
+    } cases[] = {
+        {"loopback down", false, false, kNone, false, Automatic, 11002},
+        {"loopback down, datagram", false, false, kAll, false, Datagram, 11002},
+        {"datagram socket", true, false, kAll, false, Datagram, 0},
+        {"raw socket", true, false, kAll, false, Raw, 0},
+        {"silent, raw", true, true, kAll, false, Raw, 11010},
+        {"silent, datagram", true, true, kAll, false, Datagram, 11010},
+        {"datagram not permitted", true, false, kNone, false, Datagram, 11050},
+        {"no socket permitted", true, false, kNone, true, Automatic, 11050},
     };
-    constexpr std::size_t kCount = std::size(cases);
-    int results[2];
-    ASSERT_EQ(::pipe(results), 0);
-    const int code = test::RunInChild([&] {
-        ::close(results[0]);
-        if (::unshare(CLONE_NEWNET) != 0) return 77;
-        for (const NamespaceCase& c : cases) {
-            NamespaceResult result{};
-            result.ran = SetLoopback(c.loopbackUp) &&
-                         SetNetworkSetting("icmp_echo_ignore_all", c.ignoreEchoes ? "1" : "0") &&
-                         SetNetworkSetting("ping_group_range", c.pingGroup) &&
-                         (!c.unprivileged || (::setgid(65534) == 0 && ::setuid(65534) == 0));
-            if (result.ran) {
-                EchoReply reply;
-                std::string error;
-                result.answered = posix::SendIcmpEchoWith(c.kind, kLoopback, "Echo This", 50, reply, error);
-                result.status = reply.Status;
-                result.dataSize = reply.DataSize;
-            }
-            if (::write(results[1], &result, sizeof result) != static_cast<ssize_t>(sizeof result)) return 1;
-        }
-        return 0;
-    });
-    ::close(results[1]);
-    NamespaceResult got[kCount] = {};
-    std::size_t read = 0;
-    for (auto& result : got) read += ::read(results[0], &result, sizeof result) == sizeof result ? 1 : 0;
-    ::close(results[0]);
-    if (code == 77) GTEST_SKIP() << "network namespaces are not permitted here";
-    ASSERT_EQ(code, 0);
-    ASSERT_EQ(read, kCount);
-    for (std::size_t i = 0; i < kCount; ++i) {
-        SCOPED_TRACE(cases[i].what);
-        if (!got[i].ran) {
-            std::cout << "[  NOTE    ] could not set up: " << cases[i].what << "\n";
-            continue;
-        }
-        EXPECT_EQ(got[i].answered, cases[i].answered);
-        EXPECT_EQ(got[i].status, cases[i].status);
-        if (cases[i].answered) {
-            EXPECT_EQ(got[i].dataSize, 9);
-        }
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        // The child's exit code: 0 answered, 1 answered with other bytes, else the status less 11000.
+        const int code = test::RunInChild([&] {
+            if (::unshare(CLONE_NEWNET) != 0) return 77;
+            if ((c.loopbackUp && !BringLoopbackUp()) ||
+                !SetNetworkSetting("icmp_echo_ignore_all", c.ignoreEchoes ? "1" : "0") ||
+                !SetNetworkSetting("ping_group_range", c.pingGroup) ||
+                (c.unprivileged && (::setgid(65534) != 0 || ::setuid(65534) != 0)))
+                return 78;
+            EchoReply reply;
+            std::string error;
+            if (posix::SendIcmpEchoWith(c.kind, kLoopback, "Echo This", 50, reply, error))
+                return reply.Status == 0 && reply.DataSize == 9 ? 0 : 1;
+            return static_cast<int>(reply.Status) - 11000;
+        });
+        if (code == 77) GTEST_SKIP() << "network namespaces are not permitted here";
+        if (code == 78)
+            std::cout << "[  NOTE    ] could not set up: " << c.what << "\n";
+        else
+            EXPECT_EQ(code, c.status == 0 ? 0 : static_cast<int>(c.status) - 11000);
     }
 }
 

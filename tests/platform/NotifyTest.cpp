@@ -16,35 +16,26 @@ namespace {
 using test::ScopedEnv;
 using test::TempDir;
 
-// The calling program's side: a bound datagram socket hwnd-<pid>.sock.
-class Listener {
-  public:
+// The calling program's side: a datagram socket bound at hwnd-<pid>.sock.
+struct Listener {
+    int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    bool bound = false;
+
     Listener(const std::string& runtime, pid_t pid) {
         std::filesystem::create_directories(runtime + "/marovex");
-        path_ = runtime + "/marovex/hwnd-" + std::to_string(pid) + ".sock";
-        fd_ = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        const std::string path = runtime + "/marovex/hwnd-" + std::to_string(pid) + ".sock";
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        std::strncpy(address.sun_path, path_.c_str(), sizeof address.sun_path - 1);
-        bound_ = ::bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+        std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+        bound = ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     }
-    ~Listener() { Close(); }
-    bool bound() const { return bound_; }
-    void Close() {
-        if (fd_ >= 0) ::close(fd_);
-        fd_ = -1;
-    }
+    ~Listener() { ::close(fd); }
     // The next datagram, or "" when none is waiting.
-    std::string Receive() {
+    std::string Receive() const {
         char buffer[128];
-        const ssize_t size = ::recv(fd_, buffer, sizeof buffer, MSG_DONTWAIT);
+        const ssize_t size = ::recv(fd, buffer, sizeof buffer, MSG_DONTWAIT);
         return size > 0 ? std::string(buffer, static_cast<std::size_t>(size)) : std::string();
     }
-
-  private:
-    std::string path_;
-    int fd_ = -1;
-    bool bound_ = false;
 };
 
 class PlatformNotify : public ::testing::Test {
@@ -54,8 +45,8 @@ class PlatformNotify : public ::testing::Test {
 };
 
 TEST_F(PlatformNotify, CallerReceivesMessageAndCode) {
-    Listener caller(dir.path().string(), ::getpid());
-    ASSERT_TRUE(caller.bound());
+    const Listener caller(dir.path().string(), ::getpid());
+    ASSERT_TRUE(caller.bound);
     EXPECT_TRUE(WindowExists(::getpid()));
     EXPECT_TRUE(PostWindowMessage(::getpid(), 28679, 711, 0));
     EXPECT_EQ(caller.Receive(), "28679 711 0");
@@ -63,26 +54,23 @@ TEST_F(PlatformNotify, CallerReceivesMessageAndCode) {
     EXPECT_EQ(caller.Receive(), "28679 112 5");
 }
 
-TEST_F(PlatformNotify, SkippedWhenNobodyListens) {
+TEST_F(PlatformNotify, SkippedWhenNobodyListensOrTheCallerIsGone) {
     // No socket at all.
     EXPECT_FALSE(WindowExists(::getpid()));
     EXPECT_FALSE(PostWindowMessage(::getpid(), 28679, 711, 0));
     // A socket left behind by a program that no longer reads it.
-    Listener stale(dir.path().string(), ::getpid());
-    stale.Close();
+    ASSERT_TRUE(Listener(dir.path().string(), ::getpid()).bound);
     EXPECT_FALSE(PostWindowMessage(::getpid(), 28679, 711, 0));
     // No handle.
     EXPECT_FALSE(WindowExists(0));
     EXPECT_FALSE(PostWindowMessage(0, 28679, 711, 0));
     EXPECT_FALSE(PostWindowMessage(-1, 28679, 711, 0));
-}
-
-TEST_F(PlatformNotify, SkippedWhenTheCallerIsGone) {
+    // A caller that is gone, whose socket still reads.
     const pid_t gone = ::fork();
     if (gone == 0) ::_exit(0);
     ASSERT_EQ(::waitpid(gone, nullptr, 0), gone);
-    Listener socketOfGone(dir.path().string(), gone);
-    ASSERT_TRUE(socketOfGone.bound());
+    const Listener socketOfGone(dir.path().string(), gone);
+    ASSERT_TRUE(socketOfGone.bound);
     EXPECT_FALSE(WindowExists(gone));
     EXPECT_FALSE(PostWindowMessage(gone, 28679, 710, 0));
     EXPECT_EQ(socketOfGone.Receive(), "");

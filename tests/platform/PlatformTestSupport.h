@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace kirva::test {
 
@@ -43,6 +44,22 @@ inline int RunInChild(const std::function<int()>& body) {
     int status = 0;
     if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
     return WEXITSTATUS(status);
+}
+
+// Runs body(0) .. body(count - 1) in as many children at once; true when every one returned true.
+inline bool RunInChildrenAtOnce(int count, const std::function<bool(int)>& body) {
+    std::vector<pid_t> children;
+    for (int i = 0; i < count; ++i) {
+        children.push_back(::fork());
+        if (children.back() == 0) ::_exit(body(i) ? 0 : 1);
+    }
+    bool ok = true;
+    for (const pid_t child : children) {
+        int status = 0;
+        ok = child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+             WEXITSTATUS(status) == 0 && ok;
+    }
+    return ok;
 }
 
 // Sets the umask for the life of the object and puts the old one back.

@@ -18,14 +18,6 @@ using test::ReadBytes;
 using test::TempDir;
 using test::WriteBytes;
 
-// Waits for what a started program writes into a FIFO (opening it blocks until the writer comes).
-std::string ReadFifo(const std::string& path) {
-    std::ifstream fifo(path);
-    std::string line;
-    std::getline(fifo, line);
-    return line;
-}
-
 TEST(PlatformProcess, CommandReturnsItsExitCode) {
     TempDir dir;
     const std::pair<std::string, int> cases[] = {
@@ -39,26 +31,25 @@ TEST(PlatformProcess, CommandReturnsItsExitCode) {
     EXPECT_EQ(ReadBytes(dir / "out.txt"), "written\n");
 }
 
-TEST(PlatformProcess, StartedCommandRunsDetachedAndLeavesNoChild) {
+// What a started program writes comes through a FIFO (opening it waits for the writer).
+TEST(PlatformProcess, StartedProgramsRunDetachedAndLeaveNoChild) {
     TempDir dir;
-    ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0600), 0);
-    ASSERT_TRUE(StartShellCommand("cut -d' ' -f6 /proc/$$/stat > '" + (dir / "fifo") + "'"));
+    const std::string fifo = dir / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    ASSERT_TRUE(StartShellCommand("cut -d' ' -f6 /proc/$$/stat > '" + fifo + "'"));
     // Nothing is left to reap here: the program belongs to init and to a session of its own.
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
     EXPECT_EQ(errno, ECHILD);
-    const std::string session = ReadFifo(dir / "fifo");
-    ASSERT_FALSE(session.empty());
-    EXPECT_NE(std::stol(session), static_cast<long>(::getsid(0)));
-}
+    std::string line;
+    ASSERT_TRUE(std::getline(std::ifstream(fifo), line));
+    EXPECT_NE(std::stol(line), static_cast<long>(::getsid(0)));
 
-TEST(PlatformProcess, ProgramStartsInItsOwnFolder) {
-    TempDir dir;
-    ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0600), 0);
-    WriteBytes(dir / "bin/Telvar.sh", "#!/bin/sh\npwd > '" + (dir / "fifo") + "'\n");
+    // A program starts in its own folder.
+    WriteBytes(dir / "bin/Telvar.sh", "#!/bin/sh\npwd > '" + fifo + "'\n");
     ::chmod((dir / "bin/Telvar.sh").c_str(), 0755);
     ASSERT_TRUE(StartProgram(dir / "bin/Telvar.sh"));
-    EXPECT_EQ(ReadFifo(dir / "fifo"), std::filesystem::canonical(dir.path() / "bin").string());
-
+    ASSERT_TRUE(std::getline(std::ifstream(fifo), line));
+    EXPECT_EQ(line, std::filesystem::canonical(dir.path() / "bin").string());
     WriteBytes(dir / "bin/plain.txt", "not a program");
     EXPECT_FALSE(StartProgram(dir / "bin/plain.txt"));
     EXPECT_FALSE(StartProgram(dir / "bin/missing"));

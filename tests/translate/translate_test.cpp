@@ -1,18 +1,15 @@
 // Dictionary translation of the texts the program shows.
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
 
 #include "ini/profile.h"
 #include "support/TempDir.h"
 #include "translate/translate.h"
 
-namespace kirva {
+namespace kirva::test {
 namespace {
 
-using test::ReadBytes;
-using test::WriteBytes;
 using TK_TRANSLATE::TranslateText;
 
 std::string Crlf(const std::string& text) {
@@ -29,19 +26,29 @@ class TranslateTest : public ::testing::Test {
         TK_TRANSLATE::Shared().Init(name.empty() ? name : dir / name);
     }
     void TearDown() override { TK_TRANSLATE::Shared().Init(""); }
-    test::TempDir dir;
+    TempDir dir;
 };
 
-TEST_F(TranslateTest, WithoutDictionaryTheTextStandsAndNothingIsWritten) {
+// Without a dictionary the text stands, nothing is written, and "x1x", "x2x" ... take the values
+// of any kind, each placeholder everywhere it occurs.
+TEST_F(TranslateTest, WithoutDictionary) {
     Use("");
     EXPECT_EQ(TranslateText("Erreur", kDicoSection), "Erreur");
     EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
+    EXPECT_EQ(TranslateText("x1x|x2x|x3x|x4x", kDicoSection, 3, std::string("CN"), "txt", -12L),
+              "3|CN|txt|-12");
+    EXPECT_EQ(TranslateText("x1x x2x", kDicoSection, 2.5, -0.125), "2.5 -0.125");
+    EXPECT_EQ(TranslateText("x1x-x1x", kDicoSection, "A"), "A-A");
+    EXPECT_EQ(TranslateText("x1x x2x", kDicoSection, "A"), "A x2x");
+    EXPECT_EQ(TranslateText("x1x x2x", kDicoSection, "[x2x]", "B"), "[B] B");
+    EXPECT_EQ(TranslateText("x10x x1x", kDicoSection, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10), "10 1");
+    EXPECT_EQ(TranslateText("X1X x1x", kDicoSection, "v"), "X1X v");
+    EXPECT_EQ(TranslateText("Ligne 1vbCrLfLigne 2", kDicoSection), "Ligne 1\r\nLigne 2");
 }
 
 TEST_F(TranslateTest, FrenchDictionaryLearnsMissingTextsInCodePage1252) {
     WriteBytes(dir / "Lng/FR.lng", Crlf("[KIRVA]\nAjouter...=Ajouter...\n"));
     Use("Lng/FR.lng");
-    EXPECT_EQ(TranslateText("Ajouter...", kDicoSection), "Ajouter...");
     EXPECT_EQ(TranslateText("Erreur", kDicoSection), "Erreur");
     EXPECT_EQ(TranslateText("Réseau", kDicoSection), "Réseau");
     EXPECT_EQ(TranslateText("Statut : ", kDicoSection), "Statut : ");
@@ -70,13 +77,6 @@ TEST_F(TranslateTest, OtherDictionariesNeverLearn) {
     EXPECT_EQ(TranslateText("Erreur", kDicoSection), "Erreur");
 }
 
-TEST_F(TranslateTest, ValuesOfAnyKind) {
-    Use("");
-    EXPECT_EQ(TranslateText("x1x|x2x|x3x|x4x", kDicoSection, 3, std::string("CN"), "txt", -12L),
-              "3|CN|txt|-12");
-    EXPECT_EQ(TranslateText("x1x x2x", kDicoSection, 2.5, -0.125), "2.5 -0.125");
-}
-
 // Texts a profile read would change (quotes around them, blanks at their ends) are learnt so that
 // the dictionary gives them back unchanged.
 TEST_F(TranslateTest, LearntQuotedTextsReadBackUnchanged) {
@@ -86,10 +86,8 @@ TEST_F(TranslateTest, LearntQuotedTextsReadBackUnchanged) {
     EXPECT_EQ(ReadBytes(dir / "FR.lng"),
               Crlf("[KIRVA]\n\"Oui\"=\"\"Oui\"\"\n'Non'=\"'Non'\"\n\"=\"\n-=\" - \"\n"));
     Use("FR.lng");
-    for (const char* text : {"\"Oui\"", "'Non'", "\"", " - "}) {
-        EXPECT_EQ(ini::GetProfileString(dir / "FR.lng", kDicoSection, text, ""), text) << text;
+    for (const char* text : {"\"Oui\"", "'Non'", "\"", " - "})
         EXPECT_EQ(TranslateText(text, kDicoSection), text);
-    }
 }
 
 // A French dictionary saved as UTF-8 without any entry yet holds only its byte-order mark; what
@@ -103,54 +101,25 @@ TEST_F(TranslateTest, DictionaryHoldingOnlyAByteOrderMarkLearnsInUtf8) {
     EXPECT_EQ(ini::GetProfileString(dir / "FR.lng", kDicoSection, "R\xC3\xA9seau", ""), "R\xC3\xA9seau");
 }
 
-struct TransCase {
-    const char* name;
-    std::string dictionary; // content of EN.lng, "" for no dictionary
-    std::string text;
-    std::vector<std::string> values;
-    std::string expected;
-};
-void PrintTo(const TransCase& c, std::ostream* os) {
-    *os << c.name;
+// An entry of another dictionary: found in its section without regard to case, the mnemonic
+// part of the key, "vbCrLf" a line break, placeholders in any order, an empty one keeps French.
+TEST_F(TranslateTest, OtherDictionaryTranslates) {
+    struct Case {
+        const char *dictionary, *text, *expected;
+    };
+    const Case cases[] = {{"[KIRVA]\nDeux mots=TwovbCrLfwords\n", "Deux mots", "Two\r\nwords"},
+                          {"[KIRVA]\nDe x1x vers x2x=To x2x from x1x\n", "De x1x vers x2x", "To B from A"},
+                          {"[KIRVA]\nErreur=\n", "Erreur", "Erreur"},
+                          {"[HARBIX]\nErreur=Error\n", "Erreur", "Erreur"},
+                          {"[kirva]\nERREUR=Error\n", "Erreur", "Error"},
+                          {"[KIRVA]\nStatut : =\"Status: \"\n", "Statut : ", "Status: "},
+                          {"[KIRVA]\n&Ajouter=&Add\nAjouter=Add\n", "&Ajouter", "&Add"}};
+    for (const Case& c : cases) {
+        WriteBytes(dir / "EN.lng", Crlf(c.dictionary));
+        Use("EN.lng");
+        EXPECT_EQ(TranslateText(c.text, kDicoSection, "A", "B"), c.expected) << c.dictionary;
+    }
 }
-
-class TransTest : public TranslateTest, public ::testing::WithParamInterface<TransCase> {};
-
-TEST_P(TransTest, Translates) {
-    const TransCase& c = GetParam();
-    if (!c.dictionary.empty()) WriteBytes(dir / "EN.lng", Crlf(c.dictionary));
-    Use(c.dictionary.empty() ? "" : "EN.lng");
-    std::vector<std::string> values{""};
-    values.insert(values.end(), c.values.begin(), c.values.end());
-    EXPECT_EQ(TK_TRANSLATE::TranslateTextV(c.text, kDicoSection, values), c.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, TransTest,
-    ::testing::Values(
-        TransCase{"Placeholders", "", "Le port x1x de x2x", {"CN5", "3"}, "Le port CN5 de 3"},
-        TransCase{"EveryOccurrence", "", "x1x-x1x", {"A"}, "A-A"},
-        TransCase{"MissingValueLeavesPlaceholder", "", "x1x x2x", {"A"}, "A x2x"},
-        TransCase{"ValueHoldingNextPlaceholder", "", "x1x x2x", {"[x2x]", "B"}, "[B] B"},
-        TransCase{"TenthValue", "", "x10x x1x", {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}, "10 1"},
-        TransCase{"CaseSensitivePlaceholder", "", "X1X x1x", {"v"}, "X1X v"},
-        TransCase{"LineBreakWord", "", "Ligne 1vbCrLfLigne 2", {}, "Ligne 1\r\nLigne 2"},
-        TransCase{"LineBreakWordInDictionary",
-                  "[KIRVA]\nDeux mots=TwovbCrLfwords\n",
-                  "Deux mots",
-                  {},
-                  "Two\r\nwords"},
-        TransCase{"PlaceholdersInAnyOrder",
-                  "[KIRVA]\nDe x1x vers x2x=To x2x from x1x\n",
-                  "De x1x vers x2x",
-                  {"A", "B"},
-                  "To B from A"},
-        TransCase{"EmptyEntryKeepsFrench", "[KIRVA]\nErreur=\n", "Erreur", {}, "Erreur"},
-        TransCase{"OtherSectionIgnored", "[HARBIX]\nErreur=Error\n", "Erreur", {}, "Erreur"},
-        TransCase{"KeyComparedWithoutCase", "[kirva]\nERREUR=Error\n", "Erreur", {}, "Error"},
-        TransCase{"QuotedValueKeepsBlanks", "[KIRVA]\nStatut : =\"Status: \"\n", "Statut : ", {}, "Status: "},
-        TransCase{"MnemonicIsPartOfTheKey", "[KIRVA]\n&Ajouter=&Add\nAjouter=Add\n", "&Ajouter", {}, "&Add"}),
-    [](const ::testing::TestParamInfo<TransCase>& info) { return std::string(info.param.name); });
 
 } // namespace
-} // namespace kirva
+} // namespace kirva::test

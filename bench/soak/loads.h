@@ -1,5 +1,5 @@
-// Loads of the INI engine from other processes, run with small counts by the reliability tests
-// and for minutes by the soak driver (scripts/soak):
+// Loads of the INI engine from other processes, run for minutes by the soak driver (scripts/soak)
+// and, the first two, with small counts by the reliability tests of the core suite:
 //   kill      a writer rewriting a file of thousands of keys in one batch per version is killed
 //             with SIGKILL at random points; each time the file must be exactly one complete
 //             version, the last one it reported or the one after.

@@ -1,0 +1,60 @@
+// Helpers of the start-up and caller tests: a fixture with a machine record and hand-off settings,
+// and a child process that reports through its exit code.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <tuple>
+
+#ifndef _WIN32
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+#include "app/CallerSettings.h"
+#include "app/Startup.h"
+#include "machine/MachineFixture.h"
+#include "machine/TelvarFile.h"
+
+namespace kirva::test {
+
+namespace fs = std::filesystem;
+
+// The fixture's folder, its machine folder M1 and what the readers and writers fill, open to tables.
+class AppFixture : public MachineFixture {
+  public:
+    using MachineFixture::dir;
+    using MachineFixture::MachineDir;
+    using MachineFixture::messages;
+    // A file in the machine's folder.
+    std::string In(const std::string& name) const { return MachineDir() + name; }
+    // The hand-off settings as a calling program leaves them.
+    ProgramSettings& Calling(int mode, int appCalling, int currentIndex, int nbDevice,
+                             const std::string& file) {
+        settings = ProgramSettings{};
+        settings.Mode = mode;
+        settings.AppCalling = appCalling;
+        settings.CurrentIndexMO = currentIndex;
+        settings.NbDevice = nbDevice;
+        settings.PathAppCallingIni = file;
+        return settings;
+    }
+    MachineConfig machine;
+    ProgramSettings settings;
+};
+
+#ifndef _WIN32
+// Runs body in a forked child (limits and identities it takes stay there); its result is the exit
+// code, 100 + the signal when the child was killed.
+inline int InChild(const std::function<int()>& body) {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(body());
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
+}
+#endif
+
+} // namespace kirva::test
