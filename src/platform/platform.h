@@ -79,6 +79,18 @@ int RunShellCommandAndWait(const std::string& commandLine);
 bool StartShellCommand(const std::string& commandLine);
 // Starts a program (full path) in a minimised window without waiting.
 bool StartProgram(const std::string& path);
+// Top-level windows of the user's session, in the system's window order (the first one is the
+// first a walk of the windows meets), with their titles as UTF-8.
+struct TopLevelWindow {
+    std::int64_t Handle = 0;
+    std::string Title;
+};
+// Lists the top-level windows. False, with a reason, when no list can be taken (on POSIX: no
+// display to ask); windows is then empty.
+bool ListTopLevelWindows(std::vector<TopLevelWindow>& windows, std::string& error);
+// Asks a top-level window to close, as its close box would, and waits (a few seconds at most)
+// until the request was handled. False when the request could not be delivered.
+bool CloseTopLevelWindow(std::int64_t handle);
 // Finds a file in a folder without regard to case on systems whose file names are case-sensitive.
 // Returns the path as it exists on disk, or nullopt.
 std::optional<std::string> FindFileNoCase(const std::string& folder, const std::string& name);

@@ -56,6 +56,32 @@ TEST(PlatformProcess, StartedProgramsRunDetachedAndLeaveNoChild) {
     EXPECT_FALSE(StartProgram(""));
 }
 
+// A Windows program ("MZ" first) runs through the wine found on PATH, in its own folder; without
+// wine it is not started. The wine here is a script that reports its folder and arguments.
+TEST(PlatformProcess, WindowsProgramsRunThroughWine) {
+    TempDir dir;
+    const std::string fifo = dir / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const std::string program = dir / "Machines/TOUR 1/Telvar.exe";
+    WriteBytes(program, std::string("MZ\x90\0\3\0", 6));
+    WriteBytes(dir / "wine-bin/wine",
+               "#!/bin/sh\nprintf '%s|%s|%s\\n' \"$(pwd)\" \"$#\" \"$1\" > '" + fifo + "'\n");
+    ::chmod((dir / "wine-bin/wine").c_str(), 0755);
+    WriteBytes(dir / "no-wine/wine", "not a program"); // not executable: not a wine
+    {
+        const test::ScopedEnv path("PATH", dir / "no-wine" + ":" + dir / "wine-bin");
+        ASSERT_TRUE(StartProgram(program));
+        std::string line;
+        ASSERT_TRUE(std::getline(std::ifstream(fifo), line));
+        const std::string folder = std::filesystem::canonical(dir.path() / "Machines/TOUR 1").string();
+        EXPECT_EQ(line, folder + "|1|" + program);
+    }
+    for (const std::string& path : {dir / "no-wine", std::string("/nonexistent-kirva"), std::string()}) {
+        const test::ScopedEnv noWine("PATH", path);
+        EXPECT_FALSE(StartProgram(program)) << path;
+    }
+}
+
 TEST(PlatformProcess, FilesAreFoundWithoutRegardToCase) {
     TempDir dir;
     for (const char* name : {"Telvar.exe", "Lng/FR.lng", "État.ini", "a.txt", "A.txt"})

@@ -1,14 +1,17 @@
 // Shell commands and programs. Commands run through /bin/sh -c with the same text the suite
 // gives cmd /c on Windows. Programs started without waiting are detached (own session, parent
 // reaped at once by a double fork), so they leave no zombie and do not depend on this program.
+// A Windows program (a file that begins with "MZ") is started through wine when it is on PATH.
 #include "platform/platform.h"
 #include "platform/posix/internal.h"
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <linux/close_range.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -133,6 +136,40 @@ bool StartDetached(Arguments& arguments, const char* workFolder) {
     return startError == 0;
 }
 
+// Whether the file begins with the "MZ" mark of a Windows program.
+bool IsWindowsProgram(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    char mark[2] = {};
+    ssize_t got;
+    do got = ::read(fd, mark, sizeof mark);
+    while (got < 0 && errno == EINTR);
+    ::close(fd);
+    return got == 2 && mark[0] == 'M' && mark[1] == 'Z';
+}
+
+// The first executable file named `name` in the folders of PATH, or empty.
+std::string FindOnPath(const std::string& name) {
+    const char* path = std::getenv("PATH");
+    std::string folders = path != nullptr ? path : "";
+    std::size_t start = 0;
+    for (;;) {
+        const std::size_t end = folders.find(':', start);
+        // An empty entry means the current folder.
+        std::string candidate = end == start || start == folders.size()
+                                    ? std::string(".")
+                                    : folders.substr(start, end == std::string::npos ? end : end - start);
+        candidate += '/';
+        candidate += name;
+        struct stat info {};
+        if (::stat(candidate.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+            ::access(candidate.c_str(), X_OK) == 0)
+            return std::filesystem::absolute(candidate).string();
+        if (end == std::string::npos) return {};
+        start = end + 1;
+    }
+}
+
 } // namespace
 
 int RunShellCommandAndWait(const std::string& commandLine) {
@@ -160,6 +197,12 @@ bool StartProgram(const std::string& path) {
         const std::string program = std::filesystem::absolute(path).string();
         const std::size_t slash = program.rfind('/');
         const std::string folder = slash == 0 ? std::string("/") : program.substr(0, slash);
+        if (IsWindowsProgram(program)) {
+            const std::string wine = FindOnPath("wine");
+            if (wine.empty()) return false;
+            Arguments arguments({wine, program});
+            return StartDetached(arguments, folder.c_str());
+        }
         Arguments arguments({program});
         return StartDetached(arguments, folder.c_str());
     } catch (const std::exception&) {
