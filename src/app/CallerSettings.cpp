@@ -271,27 +271,4 @@ bool NotifyCaller(int mode, int appCalling) {
     return platform::PostWindowMessage(handle, kMachineChangedMessage, *code, 0);
 }
 
-bool WriteCallerSettings(ProgramSettings& settings, const MachineConfig& machine,
-                         const RemonteState& remonte) {
-    // A caller this program does not know has no file to register the machine in and no window
-    // to tell; the machine's own Telvar.ini is written all the same. Every writer below reports
-    // its own failure; what was written before a failure stays written.
-    try {
-        const auto number = TakeEntryNumber(settings);
-        if (!number) return false;
-        const bool knownCaller =
-            settings.Mode == kModeProgramManager || settings.Mode == kModeTransferProgram;
-        if (knownCaller && *number > 0 &&
-            !WriteCallerEntry(settings.Mode, settings.PathAppCallingIni, *number, machine))
-            return false;
-        if (!Trim(machine.PathTelvar).empty() &&
-            !WriteTelvarIniTo(machine.PathTelvar, machine, ThisWorkstation(), remonte))
-            return false;
-        NotifyCaller(settings.Mode, settings.AppCalling);
-        return true;
-    } catch (...) {
-        return false;
-    }
-}
-
 } // namespace kirva

@@ -62,11 +62,4 @@ std::int64_t CallerWindowHandle(int mode);
 // True when a message was posted.
 bool NotifyCaller(int mode, int appCalling);
 
-// Everything the caller's side of an apply does, in order: the entry number, the entry, the
-// machine's Telvar.ini in PathTelvar (when not empty), the notification. With a Mode other
-// than 1 or 2 only Telvar.ini is written. Stops at the first failure (already reported); true
-// when it ran to its end.
-bool WriteCallerSettings(ProgramSettings& settings, const MachineConfig& machine,
-                         const RemonteState& remonte = Remonte());
-
 } // namespace kirva

@@ -31,6 +31,8 @@ class clsListOf {
     std::int32_t NbElt() const { return static_cast<std::int32_t>(items_.size()); }
     // The file the list was loaded from and is saved to.
     const std::string& Path() const { return path_; }
+    // Moves the list to another file: the next Save writes its elements there.
+    void SetPath(const std::string& path) { path_ = path; }
     // The elements in collection order (for display and checks; changes go through the list's operations).
     const std::vector<Info>& Items() const { return items_; }
 

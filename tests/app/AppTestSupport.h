@@ -9,6 +9,8 @@
 #include <tuple>
 
 #ifndef _WIN32
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -55,6 +57,28 @@ inline int InChild(const std::function<int()>& body) {
     ::waitpid(child, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 100 + WTERMSIG(status);
 }
+
+// A calling program listening on its datagram socket, bound at hwnd-<our process id>.sock: the id
+// is what the test publishes as its "AppHwnd".
+struct CallerListener {
+    int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    bool bound = false;
+    explicit CallerListener(const std::string& runtimeDir) {
+        fs::create_directories(runtimeDir + "/marovex");
+        const std::string path = runtimeDir + "/marovex/hwnd-" + std::to_string(::getpid()) + ".sock";
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        bound = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    }
+    ~CallerListener() { ::close(fd); }
+    // The datagram waiting, without blocking; "" when none.
+    std::string Received() const {
+        char buffer[128];
+        const ssize_t n = ::recv(fd, buffer, sizeof buffer, MSG_DONTWAIT);
+        return n > 0 ? std::string(buffer, static_cast<std::size_t>(n)) : std::string();
+    }
+};
 #endif
 
 } // namespace kirva::test

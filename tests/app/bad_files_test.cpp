@@ -138,10 +138,6 @@ const Writer kWriters[] = {
          return TakeEntryNumber(f.Calling(2, 1, 0, 1, f.In("Harbix.ini"))).has_value() ||
                 f.settings.NbDevice != 1;
      }},
-    {"ApplyToTheCaller", "Kalderon.ini", nullptr,
-     [](AppFixture& f) {
-         return WriteCallerSettings(f.Calling(1, 2, 1, 1, f.In("Kalderon.ini")), f.machine);
-     }},
     {"IsoInsertions", "Iso.ini", "",
      [](AppFixture& f) {
          return SaveList<clsInsertIso>(f.In("Iso.ini"), [](auto& l) { l.AddIso("Origine"); });

@@ -140,61 +140,19 @@ TEST_F(CallersTest, EntryNumberForNewAndModifiedMachines) {
     }
 }
 
-// With a calling program this program does not know, an apply writes the machine file only.
-TEST_F(CallersTest, UnknownCallerStillGetsTheMachineFile) {
-    machine.RefMO = "TOUR1";
-    machine.PathTelvar = MachineDir();
-    fs::create_directories(MachineDir());
-    EXPECT_TRUE(WriteCallerSettings(Calling(3, 1, 0, 4, KalderonIni()), machine));
-    EXPECT_EQ(Value("DNC", "RefMO"), "TOUR1");
-    EXPECT_FALSE(fs::exists(KalderonIni()));
-    EXPECT_TRUE(messages.entries.empty());
-}
-
 #ifndef _WIN32
-// A calling program listening on its datagram socket, bound at hwnd-<our process id>.sock: the id
-// is what the test publishes as its "AppHwnd".
-struct CallerListener {
-    int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    bool bound = false;
-    explicit CallerListener(const std::string& runtimeDir) {
-        fs::create_directories(runtimeDir + "/marovex");
-        const std::string path = runtimeDir + "/marovex/hwnd-" + std::to_string(::getpid()) + ".sock";
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
-        bound = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-    }
-    ~CallerListener() { ::close(fd); }
-    // The datagram waiting, without blocking; "" when none.
-    std::string Received() const {
-        char buffer[128];
-        const ssize_t n = ::recv(fd, buffer, sizeof buffer, MSG_DONTWAIT);
-        return n > 0 ? std::string(buffer, static_cast<std::size_t>(n)) : std::string();
-    }
-};
-
-// The apply of a new machine writes the entry, the count and the machine file, then tells the
-// caller; each code reaches the caller published in text or as a number.
+// Each code reaches the caller published in text or as a number.
 TEST_F(CallersTest, CallerReceivesTheNotification) {
     const CallerListener listener(dir.path().string());
     ASSERT_TRUE(listener.bound);
     const auto root = platform::RegRoot::LocalMachine;
     ASSERT_TRUE(platform::RegWriteString(root, kKalderonKey, "AppHwnd", std::to_string(::getpid())));
     ASSERT_TRUE(platform::RegWriteDword(root, kHarbixKey, "AppHwnd", static_cast<std::uint32_t>(::getpid())));
-    WriteBytes(KalderonIni(), "[KALDERON]\r\nNbDevice=4\r\n");
-
-    machine.Name = machine.RefMO = "TOUR5";
-    machine.PathTelvar = MachineDir();
-    fs::create_directories(MachineDir());
-    ASSERT_TRUE(WriteCallerSettings(Calling(1, 1, 0, 4, KalderonIni()), machine));
-    EXPECT_EQ(Value("KALDERON", "NbDevice", KalderonIni()), "5");
-    EXPECT_EQ(Value("CNC5", "Name", KalderonIni()), "TOUR5");
-    EXPECT_EQ(Value("DNC", "RefMO"), "TOUR5");
-    EXPECT_EQ(listener.Received(), "28679 710 0");
-
-    const std::tuple<int, int, std::string> calls[] = {
-        {1, 2, "28679 711 0"}, {2, 1, "28679 111 0"}, {2, 2, "28679 112 0"}, {1, 7, ""}};
+    const std::tuple<int, int, std::string> calls[] = {{1, 1, "28679 710 0"},
+                                                       {1, 2, "28679 711 0"},
+                                                       {2, 1, "28679 111 0"},
+                                                       {2, 2, "28679 112 0"},
+                                                       {1, 7, ""}};
     for (const auto& [mode, appCalling, received] : calls) {
         EXPECT_EQ(NotifyCaller(mode, appCalling), !received.empty()) << mode << appCalling;
         EXPECT_EQ(listener.Received(), received) << mode << appCalling;

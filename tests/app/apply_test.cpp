@@ -1,0 +1,335 @@
+// The apply without the window: the checks before any write, the writes in their order with the
+// calling program's notification, and the machine commands (server folder from the template,
+// program folders, export, the server's program and window).
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <sys/stat.h>
+
+#include "app/AppTestSupport.h"
+#include "app/Apply.h"
+#include "app/MachineCommands.h"
+#include "machine/Validation.h"
+
+namespace kirva::test {
+namespace {
+
+const char* const kKalderonKey = "SOFTWARE\\MAROVEX\\TALM\\KALDERON";
+const char* const kHarbixKey = "SOFTWARE\\MAROVEX\\TALM\\HARBIX";
+
+// Answers the questions in the order given (No once they are used up) and records every text.
+class Answers : public MessageService {
+  public:
+    explicit Answers(std::deque<MsgAnswer> answers) : answers_(std::move(answers)) {
+        SetMessageService(this);
+    }
+    ~Answers() override { SetMessageService(nullptr); }
+    MsgAnswer Show(const std::string& text, int, MsgButtons buttons) override {
+        shown.push_back(text);
+        if (buttons != MsgButtons::YesNo) return MsgAnswer::Ok;
+        if (answers_.empty()) return MsgAnswer::No;
+        const MsgAnswer a = answers_.front();
+        answers_.pop_front();
+        return a;
+    }
+    std::vector<std::string> shown;
+
+  private:
+    std::deque<MsgAnswer> answers_;
+};
+
+class ApplyTest : public AppFixture {
+  protected:
+    ApplyTest() {
+        TK_TRANSLATE::Shared().Init("");
+        state.Settings.RefMO = {"", "TOUR12", "FRAISE"};
+        state.Settings.DefaultPathDirTelvar = dir / "Telvar/";
+        state.Settings.PathDirData = dir / "Data/";
+    }
+    std::string Template() const { return dir / "Telvar/TelvarType/"; }
+    ProgramState state;
+};
+
+TEST_F(ApplyTest, ChecksComeInOrderWithTheirWords) {
+    struct Case {
+        int mode, appCalling;
+        const char* reference;
+        const char* folder;
+        ApplyCheck check;
+        const char* message; // "" : none
+    };
+    const Case cases[] = {
+        {1, 1, " tour1 ", "/f", ApplyCheck::Duplicate, kDuplicateReference}, // inside TOUR12
+        {1, 1, "TOUR123", "/f", ApplyCheck::Passed, ""},
+        {2, 2, "TOUR12", "/f", ApplyCheck::Passed, ""}, // a modified machine is never a duplicate
+        {1, 1, "", "", ApplyCheck::Reference, kReferenceNeeded},
+        {2, 2, "X", " ", ApplyCheck::ServerFolder, kServerFolderNeededTransfer},
+        {1, 2, "X", "", ApplyCheck::ServerFolder, kServerFolderNeeded},
+        {1, 2, "A/B", "/f", ApplyCheck::Reference,
+         "La référence A/B ne peut pas servir de nom de fichier : elle contient \"/\"."},
+        {1, 2, "..", "/f", ApplyCheck::Reference,
+         "La référence .. ne peut pas servir de nom de fichier : elle contient \"..\"."},
+    };
+    for (const Case& c : cases) {
+        messages.entries.clear();
+        state.Settings.Mode = c.mode;
+        state.Settings.AppCalling = c.appCalling;
+        EXPECT_EQ(CheckBeforeApply(state.Settings, c.reference, c.folder), c.check) << c.reference;
+        if (*c.message == '\0') {
+            EXPECT_TRUE(messages.entries.empty()) << c.reference;
+        } else {
+            EXPECT_TRUE(messages.Only(c.message, IconCritical)) << c.reference;
+        }
+    }
+}
+
+// Each caller and each kind of edit: what is registered, written, started, saved and sent.
+TEST_F(ApplyTest, WritesInOrderAndTellsTheCaller) {
+    const CallerListener listener(dir.path().string());
+    ASSERT_TRUE(listener.bound);
+    const auto root = platform::RegRoot::LocalMachine;
+    ASSERT_TRUE(platform::RegWriteString(root, kKalderonKey, "AppHwnd", std::to_string(::getpid())));
+    ASSERT_TRUE(platform::RegWriteString(root, kHarbixKey, "AppHwnd", std::to_string(::getpid())));
+    struct Case {
+        int mode, appCalling;
+        const char* countKey; // the caller's count after the apply
+        const char* entry;    // the entry's section
+        bool startedAndSaved; // the program manager's new machine
+        const char* received;
+    };
+    const Case cases[] = {
+        {1, 1, "KALDERON", "CNC3", true, "28679 710 0"}, // the new count is the entry's number
+        {1, 2, "KALDERON", "CNC2", false, "28679 711 0"},
+        {2, 1, "HARBIX_MGR", "CNC", false, "28679 111 0"},
+        {2, 2, "HARBIX_MGR", "CNC", false, "28679 112 0"},
+    };
+    for (const Case& c : cases) {
+        const std::string caller = dir / ("caller" + std::to_string(c.mode * 10 + c.appCalling) + ".ini");
+        WriteBytes(caller, std::string("[") + c.countKey + "]\r\nNbDevice=2\r\n");
+        const std::string folder = dir / ("S" + std::to_string(c.mode * 10 + c.appCalling) + "/");
+        fs::create_directories(folder);
+        state.Settings = Calling(c.mode, c.appCalling, 2, 2, caller);
+        state.ServerFolderCreated = true;
+        machine = MachineConfig{};
+        machine.Name = machine.RefMO = "NEUVE";
+        machine.PathTelvar = folder;
+        std::vector<std::string> saved;
+        int started = 0;
+        ApplyActions actions;
+        actions.StartServer = [&started] { return ++started == 1; };
+        actions.SaveLists = [&saved](const std::string& iso, const std::string& telvar) {
+            saved = {iso, telvar};
+            return true;
+        };
+        const ApplyOutcome out = ApplyMachine(state, machine, Remonte(), actions);
+        const std::string label = std::to_string(c.mode) + "/" + std::to_string(c.appCalling);
+        EXPECT_TRUE(out.Registered && out.TelvarWritten && out.Notified) << label;
+        EXPECT_EQ(Value(c.countKey, "NbDevice", caller), c.appCalling == 1 ? "3" : "2") << label;
+        const std::string number = c.appCalling == 1 ? "3" : "2";
+        EXPECT_EQ(Value(c.entry, c.mode == 1 ? "Name" : "RefMO" + number, caller), "NEUVE") << label;
+        EXPECT_EQ(Value("DNC", "RefMO", folder + "Telvar.ini"), "NEUVE") << label;
+        EXPECT_EQ(machine.MachineDir, folder) << label;
+        EXPECT_EQ(started, c.startedAndSaved ? 1 : 0) << label;
+        EXPECT_EQ(out.ListsSaved, c.mode == 1) << label;
+        if (c.mode == 1) {
+            EXPECT_EQ(saved, (std::vector<std::string>{folder + "Iso.ini", folder + "Telvar.ini"}));
+        }
+        EXPECT_EQ(listener.Received(), c.received) << label;
+    }
+    EXPECT_TRUE(messages.entries.empty());
+}
+
+// A refused write is reported by its writer; the apply goes on with the other files.
+TEST_F(ApplyTest, RefusedWritesAreReportedAndTheOthersStillMade) {
+    const std::string folder = dir / "S/";
+    fs::create_directories(folder);
+    const std::string caller = dir / "Kalderon.ini";
+    struct Case {
+        const char* name;
+        bool callerIsFolder, machineFolderGone;
+        const char* message;
+    };
+    const Case cases[] = {
+        {"CallerFileIsAFolder", true, false, nullptr},
+        {"MachineFolderVanished", false, true,
+         "Problème durant l'écriture du fichier Telvar.ini de la machine NEUVE"},
+    };
+    for (const Case& c : cases) {
+        fs::remove_all(caller);
+        fs::remove_all(folder);
+        if (c.callerIsFolder)
+            fs::create_directories(caller);
+        else
+            WriteBytes(caller, "[KALDERON]\r\nNbDevice=1\r\n");
+        if (!c.machineFolderGone) fs::create_directories(folder);
+        ini::ClearCache();
+        messages.entries.clear();
+        state.Settings = Calling(1, 2, 1, 1, caller);
+        machine = MachineConfig{};
+        machine.Name = machine.RefMO = "NEUVE";
+        machine.PathTelvar = folder;
+        int saves = 0;
+        ApplyActions actions;
+        actions.SaveLists = [&saves](const std::string&, const std::string&) { return ++saves < 0; };
+        const ApplyOutcome out = ApplyMachine(state, machine, Remonte(), actions);
+        const std::string expected =
+            c.message ? c.message : "Problème durant l'écriture du fichier " + caller;
+        EXPECT_TRUE(messages.Only(expected, IconWarning)) << c.name;
+        EXPECT_EQ(out.Registered, !c.callerIsFolder) << c.name;
+        EXPECT_EQ(out.TelvarWritten, !c.machineFolderGone) << c.name;
+        EXPECT_EQ(saves, 1) << c.name; // the lists are still tried
+        EXPECT_FALSE(fs::exists(folder + "Telvar.ini") && c.machineFolderGone) << c.name;
+    }
+}
+
+// A new machine whose count cannot be written gets no entry (its caller would not see it).
+TEST_F(ApplyTest, NoEntryWithoutItsCount) {
+    const std::string caller = dir / "Kalderon.ini";
+    WriteBytes(caller, "[KALDERON]\r\nNbDevice=2147483647\r\n");
+    fs::create_directories(dir / "S");
+    state.Settings = Calling(1, 1, 0, 2147483647, caller);
+    machine.Name = machine.RefMO = "NEUVE";
+    machine.PathTelvar = dir / "S/";
+    const ApplyOutcome out = ApplyMachine(state, machine, Remonte(), {});
+    EXPECT_FALSE(out.Registered);
+    EXPECT_TRUE(out.TelvarWritten);
+    EXPECT_EQ(ReadBytes(caller), "[KALDERON]\r\nNbDevice=2147483647\r\n");
+}
+
+// ---------------------------------------------------------------- the server folder
+
+TEST_F(ApplyTest, ServerFolderFromTheTemplate) {
+    struct Case {
+        const char* name;
+        bool withTemplate, targetExists;
+        std::deque<MsgAnswer> answers;
+        bool made;
+        std::vector<std::string> questions; // texts shown, in order
+    };
+    const std::string target = dir / "Telvar/NEUVE/";
+    const Case cases[] = {
+        {"TemplateMissing", false, false, {MsgAnswer::Yes}, false, {kTemplateMissing}},
+        {"NotWanted", true, false, {MsgAnswer::No}, false, {"Voulez-vous créer le dossier " + target + " ?"}},
+        {"NewFolder", true, false, {MsgAnswer::Yes}, true, {"Voulez-vous créer le dossier " + target + " ?"}},
+        {"NotReplaced",
+         true,
+         true,
+         {MsgAnswer::Yes, MsgAnswer::No},
+         false,
+         {"Voulez-vous créer le dossier " + target + " ?",
+          "Le dossier " + target + " existe déjà \r\n Voulez vous le remplacer ?"}},
+        {"Replaced", true, true, {MsgAnswer::Yes, MsgAnswer::Yes}, true, {}},
+    };
+    for (const Case& c : cases) {
+        fs::remove_all(dir / "Telvar");
+        if (c.withTemplate) {
+            WriteBytes(Template() + "Telvar.ini", "[DNC]\r\nRefMO=\r\n");
+            WriteBytes(Template() + "Bin/Telvar.exe", "server");
+            WriteBytes(Template() + "maj_auto_telvareurs.exe", "updater");
+        }
+        if (c.targetExists) WriteBytes(target + "Telvar.ini", "[DNC]\r\nRefMO=ANCIENNE\r\n");
+        const std::string before = c.targetExists ? ReadBytes(target + "Telvar.ini") : "";
+        state.ServerFolderCreated = false;
+        machine.MachineDir.clear();
+        std::string field;
+        const Answers answers(c.answers);
+        EXPECT_EQ(FNCreateDirTelvar(state, machine, "NEUVE", field), c.made) << c.name;
+        if (!c.questions.empty()) {
+            EXPECT_EQ(answers.shown, c.questions) << c.name;
+        }
+        EXPECT_EQ(state.ServerFolderCreated, c.made) << c.name;
+        EXPECT_EQ(field, c.made ? target : "") << c.name;
+        EXPECT_EQ(machine.MachineDir, c.made ? target : "") << c.name;
+        if (c.made) {
+            EXPECT_EQ(ReadBytes(target + "Telvar.ini"), "[DNC]\r\nRefMO=\r\n") << c.name;
+            EXPECT_EQ(ReadBytes(target + "Bin/Telvar.exe"), "server") << c.name;
+            EXPECT_FALSE(fs::exists(target + "maj_auto_telvareurs.exe")) << c.name; // never left behind
+            EXPECT_TRUE(fs::exists(Template() + "maj_auto_telvareurs.exe")) << c.name;
+        } else if (c.targetExists) {
+            EXPECT_EQ(ReadBytes(target + "Telvar.ini"), before) << c.name;
+        } else {
+            EXPECT_FALSE(fs::exists(target)) << c.name;
+        }
+    }
+}
+
+// The folder field names the target when it is filled; a reference that cannot name a folder
+// makes nothing.
+TEST_F(ApplyTest, ServerFolderTargetAndUnusableNames) {
+    WriteBytes(Template() + "Telvar.ini", "[DNC]\r\n");
+    {
+        const Answers answers({MsgAnswer::Yes});
+        std::string field = dir / "Ailleurs/T1";
+        ASSERT_TRUE(FNCreateDirTelvar(state, machine, "IGNORE", field));
+        EXPECT_EQ(field, dir / "Ailleurs/T1"); // a filled field keeps its text
+        EXPECT_EQ(machine.MachineDir, dir / "Ailleurs/T1/");
+        EXPECT_TRUE(fs::exists(dir / "Ailleurs/T1/Telvar.ini"));
+    }
+    const Answers answers({MsgAnswer::Yes});
+    std::string field;
+    EXPECT_FALSE(FNCreateDirTelvar(state, machine, "../X", field));
+    EXPECT_EQ(answers.shown,
+              (std::vector<std::string>{
+                  "La référence ../X ne peut pas servir de nom de fichier : elle contient \"..\"."}));
+    EXPECT_FALSE(fs::exists(dir / "Telvar/X"));
+}
+
+TEST_F(ApplyTest, ProgramFoldersAreProposedAndMade) {
+    const std::string machines = dir / "Data/Machines/";
+    EXPECT_EQ(ProposedProgramFolder(state.Settings, "F02", "", false), machines + "F02/");
+    EXPECT_EQ(ProposedProgramFolder(state.Settings, "F02", "", true), machines + "F02/Archive/");
+    EXPECT_EQ(ProposedProgramFolder(state.Settings, "F02", " /srv/prog ", true), "/srv/prog/");
+    EXPECT_EQ(ProposedProgramFolder(state.Settings, "", "", false), std::nullopt);
+    EXPECT_TRUE(messages.Only(kReferenceNeeded, IconCritical));
+
+    messages.Answer(MsgAnswer::No);
+    EXPECT_FALSE(CreateProgramFolder(machines + "F02/Archive/"));
+    EXPECT_FALSE(fs::exists(machines));
+    messages.Answer(MsgAnswer::Yes);
+    EXPECT_TRUE(CreateProgramFolder(machines + "F02/Archive/"));
+    EXPECT_TRUE(fs::is_directory(machines + "F02/Archive"));
+    EXPECT_EQ(messages.entries.back().text, "Voulez-vous créer le dossier " + machines + "F02/Archive/ ?");
+}
+
+// ---------------------------------------------------------------- export and the server
+
+TEST_F(ApplyTest, ExportCopiesTheMachineFilePrivately) {
+    const std::string bytes = "; réglé à la main\r\n[DNC]\r\nRefMO=F02\r\n[RESEAU]\r\nPassWord=secret\r\n";
+    WriteBytes(MachineDir() + "telvar.ini", bytes); // spelled otherwise: the same file
+    const std::string out = dir / "Export/";
+    fs::create_directories(out);
+    ASSERT_TRUE(ExportMachineFile(MachineDir(), "F02", out));
+    EXPECT_EQ(ReadBytes(out + "F02.ini"), bytes);
+    struct stat info {};
+    ASSERT_EQ(::stat((out + "F02.ini").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07, 0U); // the password is never readable by others
+    EXPECT_TRUE(messages.entries.empty());
+
+    EXPECT_FALSE(ExportMachineFile(dir / "Nowhere/", "F02", out));
+    EXPECT_TRUE(messages.Only(CatalogueText(244), IconCritical));
+}
+
+TEST_F(ApplyTest, ServerProgramAndWindowRules) {
+    for (const char* name : {"Telvar.exe", "telvar.exe", "TELVAR.EXE"}) {
+        fs::remove_all(MachineDir());
+        WriteBytes(MachineDir() + name, "");
+        EXPECT_EQ(ServerProgramIn(MachineDir()), MachineDir() + name);
+    }
+    fs::remove_all(MachineDir());
+    fs::create_directories(MachineDir());
+    EXPECT_FALSE(StartServer(MachineDir()));
+    EXPECT_FALSE(StopServer(MachineDir(), "M1"));
+    EXPECT_EQ(messages.entries.size(), 2U);
+    for (const auto& e : messages.entries) EXPECT_EQ(e.text, kServerMissing);
+
+    // The first window in order whose title holds "Telvar " + reference, in any case.
+    const std::vector<platform::TopLevelWindow> windows = {
+        {1, "Telvarr M1"}, {2, "TELVAR M10 - COM2"}, {3, "Telvar M1"}, {4, "telvar touré"}};
+    EXPECT_EQ(FindServerWindow(windows, "m1"), 2);
+    EXPECT_EQ(FindServerWindow(windows, "M1 "), std::nullopt);
+    EXPECT_EQ(FindServerWindow(windows, "TOURÉ"), 4);
+    EXPECT_EQ(FindServerWindow({}, "M1"), std::nullopt);
+}
+
+} // namespace
+} // namespace kirva::test
