@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <functional>
 #include <sys/stat.h>
 
 #include "app/AppTestSupport.h"
@@ -139,29 +140,35 @@ TEST_F(ApplyTest, WritesInOrderAndTellsTheCaller) {
     EXPECT_TRUE(messages.entries.empty());
 }
 
-// A refused write is reported by its writer; the apply goes on with the other files.
+// A refused write is reported by its writer; the apply goes on with the other files, and the
+// refused file stays as it was.
 TEST_F(ApplyTest, RefusedWritesAreReportedAndTheOthersStillMade) {
     const std::string folder = dir / "S/";
-    fs::create_directories(folder);
     const std::string caller = dir / "Kalderon.ini";
+    const std::string callerBytes = "[KALDERON]\r\nNbDevice=1\r\n";
+    const std::string telvarBytes = "; hand\r\n[DNC]\r\nRefMO=NEUVE\r\n";
+    const std::string telvarFailed = "Problème durant l'écriture du fichier Telvar.ini de la machine NEUVE";
+    const std::string callerFailed = "Problème durant l'écriture du fichier " + caller;
     struct Case {
         const char* name;
-        bool callerIsFolder, machineFolderGone;
-        const char* message;
+        std::function<void()> refuse;
+        const std::string& message;
+        bool registered, telvarWritten;
     };
     const Case cases[] = {
-        {"CallerFileIsAFolder", true, false, nullptr},
-        {"MachineFolderVanished", false, true,
-         "Problème durant l'écriture du fichier Telvar.ini de la machine NEUVE"},
+        {"CallerFileIsAFolder", [&] { fs::remove(caller), fs::create_directories(caller); }, callerFailed,
+         false, true},
+        {"CallerFileReadOnly", [&] { fs::permissions(caller, fs::perms(0444)); }, callerFailed, false, true},
+        {"TelvarReadOnly", [&] { fs::permissions(folder + "Telvar.ini", fs::perms(0444)); }, telvarFailed,
+         true, false},
+        {"MachineFolderVanished", [&] { fs::remove_all(folder); }, telvarFailed, true, false},
     };
     for (const Case& c : cases) {
         fs::remove_all(caller);
         fs::remove_all(folder);
-        if (c.callerIsFolder)
-            fs::create_directories(caller);
-        else
-            WriteBytes(caller, "[KALDERON]\r\nNbDevice=1\r\n");
-        if (!c.machineFolderGone) fs::create_directories(folder);
+        WriteBytes(caller, callerBytes);
+        WriteBytes(folder + "Telvar.ini", telvarBytes);
+        c.refuse();
         ini::ClearCache();
         messages.entries.clear();
         state.Settings = Calling(1, 2, 1, 1, caller);
@@ -172,13 +179,16 @@ TEST_F(ApplyTest, RefusedWritesAreReportedAndTheOthersStillMade) {
         ApplyActions actions;
         actions.SaveLists = [&saves](const std::string&, const std::string&) { return ++saves < 0; };
         const ApplyOutcome out = ApplyMachine(state, machine, Remonte(), actions);
-        const std::string expected =
-            c.message ? c.message : "Problème durant l'écriture du fichier " + caller;
-        EXPECT_TRUE(messages.Only(expected, IconWarning)) << c.name;
-        EXPECT_EQ(out.Registered, !c.callerIsFolder) << c.name;
-        EXPECT_EQ(out.TelvarWritten, !c.machineFolderGone) << c.name;
+        EXPECT_TRUE(messages.Only(c.message, IconWarning)) << c.name;
+        EXPECT_EQ(out.Registered, c.registered) << c.name;
+        EXPECT_EQ(out.TelvarWritten, c.telvarWritten) << c.name;
         EXPECT_EQ(saves, 1) << c.name; // the lists are still tried
-        EXPECT_FALSE(fs::exists(folder + "Telvar.ini") && c.machineFolderGone) << c.name;
+        if (!c.registered && fs::is_regular_file(caller)) {
+            EXPECT_EQ(ReadBytes(caller), callerBytes) << c.name;
+        }
+        if (!c.telvarWritten && fs::exists(folder))
+            EXPECT_EQ(ReadBytes(folder + "Telvar.ini"), telvarBytes) << c.name;
+        if (fs::exists(caller)) fs::permissions(caller, fs::perms(0644));
     }
 }
 
