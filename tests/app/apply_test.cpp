@@ -186,8 +186,9 @@ TEST_F(ApplyTest, RefusedWritesAreReportedAndTheOthersStillMade) {
         if (!c.registered && fs::is_regular_file(caller)) {
             EXPECT_EQ(ReadBytes(caller), callerBytes) << c.name;
         }
-        if (!c.telvarWritten && fs::exists(folder))
+        if (!c.telvarWritten && fs::exists(folder)) {
             EXPECT_EQ(ReadBytes(folder + "Telvar.ini"), telvarBytes) << c.name;
+        }
         if (fs::exists(caller)) fs::permissions(caller, fs::perms(0644));
     }
 }
