@@ -1,0 +1,123 @@
+// Stand-ins for `sc` (first on PATH) and instsrv.exe (in a program folder) that print what they
+// received, one argument per line between brackets, and note each call in a calls file.
+//
+// The commands run through /bin/sh, which reads "\\CN12" as "\CN12": the stand-in of
+// `sc \\CN12 query "Srv A"` receives \CN12, query, Srv A and the stray "-" of " -> ".
+#pragma once
+
+#include <chrono>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <poll.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "platform/PlatformTestSupport.h"
+#include "support/TempDir.h"
+
+namespace kirva::test {
+
+// With SC_FIFO set, the start and stop calls (which run without being waited for) write their
+// arguments to that named pipe instead of printing them.
+inline constexpr const char* kScStandIn = R"(#!/bin/sh
+printf 'sc %s\n' "$*" >> "$KIRVA_TEST_CALLS"
+if [ -n "$SC_FIFO" ] && { [ "$2" = start ] || [ "$2" = stop ]; }; then
+    printf '%s\n' "$*" > "$SC_FIFO"
+    exit 0
+fi
+printf '[SC] stand-in\n'
+for arg in "$@"; do printf '[%s]\n' "$arg"; done
+exit "${SC_EXIT:-0}"
+)";
+
+inline constexpr const char* kInstsrvStandIn = R"(#!/bin/sh
+printf 'instsrv %s\n' "$*" >> "$KIRVA_TEST_CALLS"
+printf 'The service was successfully added!\n'
+for arg in "$@"; do printf '[%s]\n' "$arg"; done
+)";
+
+class ServiceStandIns {
+  public:
+    explicit ServiceStandIns(const std::filesystem::path& root)
+        : bin_(root / "bin"), programFolder_((root / "exe").string() + "/"),
+          calls_((root / "calls.txt").string()), path_("PATH", bin_.string() + ":" + CurrentPath()),
+          callsEnv_("KIRVA_TEST_CALLS", calls_) {
+        WriteScript((bin_ / "sc").string(), kScStandIn);
+        WriteScript(programFolder_ + "instsrv.exe", kInstsrvStandIn);
+    }
+
+    // Holds instsrv.exe; ends with the separator.
+    const std::string& ProgramFolder() const { return programFolder_; }
+    // One line per call of a stand-in ("sc \CN12 query Srv A -"); "" when none ran.
+    std::string Calls() const { return ReadBytes(calls_); }
+    std::string CaptureFile() const { return programFolder_ + "Sortie.txt"; }
+
+  private:
+    static std::string CurrentPath() {
+        const char* path = std::getenv("PATH");
+        return path != nullptr ? path : "/usr/bin:/bin";
+    }
+    static void WriteScript(const std::string& path, const char* text) {
+        WriteBytes(path, text);
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    }
+
+    std::filesystem::path bin_;
+    std::string programFolder_;
+    std::string calls_;
+    ScopedEnv path_;
+    ScopedEnv callsEnv_;
+};
+
+// The arguments of the sc calls that run without being waited for (start, stop), one line per
+// call, through a named pipe that is open for reading before any such call, so that the stand-in
+// never waits for a reader and a test knows when it has finished (the line is written after the
+// call was noted in the calls file).
+class StartedCommands {
+  public:
+    explicit StartedCommands(const std::filesystem::path& root)
+        : fifo_((root / "sc.fifo").string()), made_(::mkfifo(fifo_.c_str(), 0600) == 0),
+          fd_(made_ ? ::open(fifo_.c_str(), O_RDONLY | O_NONBLOCK) : -1),
+          keepOpen_(fd_ >= 0 ? ::open(fifo_.c_str(), O_WRONLY | O_NONBLOCK) : -1), env_("SC_FIFO", fifo_) {}
+    ~StartedCommands() {
+        if (keepOpen_ >= 0) ::close(keepOpen_);
+        if (fd_ >= 0) ::close(fd_);
+    }
+    StartedCommands(const StartedCommands&) = delete;
+    StartedCommands& operator=(const StartedCommands&) = delete;
+
+    bool Ready() const { return fd_ >= 0 && keepOpen_ >= 0; }
+    // The next call's line (with its line end); what came so far when none completes in 20 s.
+    std::string Next() {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        pollfd watch{fd_, POLLIN, 0};
+        for (;;) {
+            const std::size_t end = pending_.find('\n');
+            if (end != std::string::npos) {
+                std::string line = pending_.substr(0, end + 1);
+                pending_.erase(0, end + 1);
+                return line;
+            }
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                deadline - std::chrono::steady_clock::now());
+            if (left.count() <= 0 || ::poll(&watch, 1, static_cast<int>(left.count())) <= 0) break;
+            char buffer[256];
+            const ssize_t got = ::read(fd_, buffer, sizeof buffer);
+            if (got > 0) pending_.append(buffer, static_cast<std::size_t>(got));
+        }
+        return std::exchange(pending_, std::string());
+    }
+
+  private:
+    std::string fifo_;
+    bool made_;
+    int fd_;
+    int keepOpen_; // a writer of our own: the pipe never reads as closed between two calls
+    ScopedEnv env_;
+    std::string pending_;
+};
+
+} // namespace kirva::test
