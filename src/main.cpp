@@ -12,6 +12,7 @@
 //                              (exit code 1 when a picture cannot be written). Works offscreen.
 #include <QApplication>
 #include <QTimer>
+#include <QTranslator>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,9 +23,11 @@
 #include "app/ProgramSettings.h"
 #include "app/Startup.h"
 #include "editor/QtMessageService.h"
+#include "editor/WindowFrame.h"
 #include "editor/frmKirva.h"
 #include "platform/platform.h"
 #include "translate/messages.h"
+#include "translate/translate.h"
 
 namespace {
 
@@ -79,6 +82,10 @@ int main(int argc, char** argv) {
     for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
         if (arguments[i] == "--screenshots") screenshots = QString::fromStdString(arguments[i + 1]);
     }
+
+    // Qt's own dialogs and standard buttons speak the language of the dictionary in use.
+    const std::unique_ptr<QTranslator> qtTranslations =
+        InstallQtTranslations(TK_TRANSLATE::Shared().PathDico());
 
     int exitCode = 0;
     {

@@ -5,12 +5,10 @@
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDoubleValidator>
 #include <QFormLayout>
 #include <QFrame>
 #include <QGroupBox>
 #include <QHBoxLayout>
-#include <QIntValidator>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -26,6 +24,7 @@
 #include "editor/BrowseTable.h"
 #include "editor/CatalogueWidgets.h"
 #include "editor/ChannelsPanel.h"
+#include "editor/FieldInput.h"
 #include "editor/IsoInsertPanel.h"
 #include "editor/PanelTree.h"
 #include "editor/PingWidgets.h"
@@ -146,24 +145,8 @@ QWidget* frmKirva::BuildPanel(int index, const char* panel, const char* text) {
 
 void frmKirva::AddFieldRow(QFormLayout* form, const FieldDef& def) {
     const QString name = Q(FieldObjectName(def));
-    const KeyDef* key = FieldKey(def);
     QWidget* field = nullptr;
     QWidget* focusTarget = nullptr;
-
-    auto numberValidator = [&](QObject* owner) -> QValidator* {
-        if (key == nullptr || (def.Store == FieldStore::WindowOnly)) return nullptr;
-        if (key->Kind == KeyKind::Int16 || key->Kind == KeyKind::Int32) {
-            return new QIntValidator(static_cast<int>(KindMin(key->Kind)),
-                                     static_cast<int>(KindMax(key->Kind)), owner);
-        }
-        if (key->Kind == KeyKind::Double) {
-            auto* v = new QDoubleValidator(owner);
-            v->setLocale(QLocale::c());
-            v->setNotation(QDoubleValidator::ScientificNotation);
-            return v;
-        }
-        return nullptr;
-    };
 
     switch (def.Widget) {
     case FieldWidget::Line:
@@ -172,10 +155,9 @@ void frmKirva::AddFieldRow(QFormLayout* form, const FieldDef& def) {
         auto* line = new QLineEdit;
         if (def.Widget == FieldWidget::Password) line->setEchoMode(QLineEdit::PasswordEchoOnEdit);
         if (def.Widget == FieldWidget::Info) line->setEnabled(false);
-        QValidator* v = numberValidator(line);
-        if (v != nullptr) line->setValidator(v);
-        // A number or a companion box (a character, a delay) needs no more room than a few characters.
-        if (v != nullptr || def.Store == FieldStore::WindowOnly) {
+        // A number or a companion box (a character, a delay) needs no more room than a few characters
+        // (what each field lets in is set by frmKirva::InstallInputRules).
+        if (NumberRuleOf(def) || def.Store == FieldStore::WindowOnly) {
             line->setMaximumWidth(line->fontMetrics().horizontalAdvance(QLatin1Char('0')) * 14);
         }
         field = line;
@@ -190,9 +172,6 @@ void frmKirva::AddFieldRow(QFormLayout* form, const FieldDef& def) {
         box->setSizeAdjustPolicy(QComboBox::AdjustToContents);
         box->setMinimumContentsLength(box->isEditable() ? 12 : 6);
         box->setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
-        if (box->isEditable()) {
-            if (QValidator* v = numberValidator(box)) box->setValidator(v);
-        }
         field = box;
         break;
     }

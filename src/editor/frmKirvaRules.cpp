@@ -11,12 +11,17 @@
 #include <QScrollArea>
 #include <QStackedWidget>
 #include <QTabWidget>
+#include <QTextEdit>
 #include <QVBoxLayout>
+#include <QValidator>
+#include <QVariant>
 #include <algorithm>
 #include <map>
+#include <string_view>
 
 #include "editor/CatalogueWidgets.h"
 #include "editor/ChannelsPanel.h"
+#include "editor/FieldInput.h"
 #include "editor/FieldRules.h"
 #include "editor/IsoInsertPanel.h"
 #include "editor/PlansPanel.h"
@@ -25,6 +30,32 @@
 #include "translate/translate.h"
 
 namespace kirva {
+
+namespace {
+
+constexpr const char* kPaletteBeforeMark = "kirvaPaletteBeforeMark";
+constexpr const char* kMarkWatched = "kirvaMarkWatched";
+
+// The caption of a field as the user reads it: its label without the closing colon.
+QString FieldCaption(const QWidget* field) {
+    const QString name = field->objectName();
+    for (const FieldDef& def : FieldTable()) {
+        if (Q(FieldObjectName(def)) != name) continue;
+        QString caption = Tr(def.Label).trimmed();
+        if (caption.endsWith(QLatin1Char(':'))) caption.chop(1);
+        return caption.trimmed();
+    }
+    return name;
+}
+
+// The text box of a field: the field itself or the text box of an editable choice list.
+QLineEdit* TextBoxOf(QWidget* field) {
+    if (auto* line = qobject_cast<QLineEdit*>(field)) return line;
+    if (auto* box = qobject_cast<QComboBox*>(field)) return box->lineEdit();
+    return nullptr;
+}
+
+} // namespace
 
 // ====================================================================== controls by name
 
@@ -63,8 +94,11 @@ void frmKirva::FillChoiceLists() {
         auto* box = qobject_cast<QComboBox*>(Control(QString::fromUtf8(def.Array), def.Member));
         if (box == nullptr) continue;
         FillComboBox(box, vocabularies_.Items(def.List));
-        if (def.List == FieldList::TransferMethods) {
-            box->setCurrentIndex(0); // entry 1, "Bloc à Bloc"
+        // Only the machine's transfer method starts on entry 1, "Bloc à Bloc"; the call method of
+        // the remote-call port (the same list) starts empty like every other list.
+        if (def.List == FieldList::TransferMethods && std::string_view(def.Array) == "cboTelvar" &&
+            def.Member == 31) {
+            box->setCurrentIndex(0);
         } else {
             box->setCurrentIndex(-1);
             if (box->isEditable()) box->setEditText(QString());
@@ -167,24 +201,70 @@ void frmKirva::OnGroupChosen(int index) {
     const std::int32_t code = CatalogueWidgets::SelectedCode(groups);
     CatalogueWidgets::FillModels(models, catalogue_, code);
     models->setCurrentIndex(-1);
+    // No model is chosen any more: the previous model's information goes with it.
+    if (infoBox_ != nullptr) infoBox_->clear();
     const std::optional<SyntaxPreset> preset = catalogue_.FNSyntaxPreset(code);
     if (!preset) return;
-    for (const auto& [key, value] : preset->Fields) {
+
+    // What each field of the preset showed before, to tell the user what the preset changed.
+    std::vector<std::pair<QWidget*, QString>> before;
+    auto shown = [](QWidget* w) {
+        if (auto* line = qobject_cast<QLineEdit*>(w)) return line->text();
+        if (auto* check = qobject_cast<QCheckBox*>(w))
+            return QString(check->isChecked() ? QLatin1Char('1') : QLatin1Char('0'));
+        return QString();
+    };
+    auto fieldOf = [this](const char* key) -> QWidget* {
         const FieldDef* def = FindFieldForKey("SYNTAXE_MO", key);
-        if (def == nullptr) continue;
-        if (auto* line = qobject_cast<QLineEdit*>(Control(QString::fromUtf8(def->Array), def->Member))) {
-            line->setText(Q(value));
-        }
-    }
-    auto setFlag = [this](const char* key, bool value) {
-        if (const FieldDef* def = FindFieldForKey("SYNTAXE_MO", key)) {
-            if (auto* check = qobject_cast<QCheckBox*>(Control(QString::fromUtf8(def->Array), def->Member))) {
-                check->setChecked(value);
+        return def == nullptr ? nullptr : Control(QString::fromUtf8(def->Array), def->Member);
+    };
+    QStringList refused;
+    for (const auto& [key, value] : preset->Fields) {
+        auto* line = qobject_cast<QLineEdit*>(fieldOf(key.c_str()));
+        if (line == nullptr) continue;
+        before.emplace_back(line, line->text());
+        QString text = Q(value);
+        // A catalogue value that the field could not store is not shown as if it were.
+        if (const QValidator* validator = line->validator(); validator != nullptr && !text.isEmpty()) {
+            int pos = 0;
+            if (validator->validate(text, pos) != QValidator::Acceptable) {
+                refused << FieldCaption(line) + QStringLiteral(" (") + Q(value) + QLatin1Char(')');
+                text.clear();
+            } else {
+                text = NormalNumberText(text);
             }
+        }
+        line->setText(text);
+    }
+    auto setFlag = [&](const char* key, bool value) {
+        if (auto* check = qobject_cast<QCheckBox*>(fieldOf(key))) {
+            before.emplace_back(check, shown(check));
+            check->setChecked(value);
         }
     };
     setFlag("ForceSepDec", preset->ForceSepDec);
     setFlag("IJRel", preset->IJRel);
+
+    QList<QWidget*> changed;
+    QStringList captions;
+    for (const auto& [field, was] : before) {
+        if (shown(field) == was) continue;
+        changed << field;
+        captions << FieldCaption(field);
+    }
+    MarkPresetFields(changed);
+    using TK_TRANSLATE::TranslateText;
+    std::string status = captions.isEmpty()
+                             ? TranslateText("Groupe x1x : aucun champ modifié.", kDicoSection,
+                                             groups->currentText().toStdString())
+                             : TranslateText("Groupe x1x : champs modifiés : x2x.", kDicoSection,
+                                             groups->currentText().toStdString(),
+                                             captions.join(QStringLiteral(", ")).toStdString());
+    if (!refused.isEmpty()) {
+        status += " " + TranslateText("Valeurs du catalogue refusées, champs vidés : x1x.", kDicoSection,
+                                      refused.join(QStringLiteral(", ")).toStdString());
+    }
+    ShowStatus(Q(status));
 }
 
 void frmKirva::OnModelChosen(int index) {
@@ -193,6 +273,84 @@ void frmKirva::OnModelChosen(int index) {
     CatalogueWidgets::ShowInformation(infoBox_, state_.Settings.PathDirData,
                                       static_cast<int>(InfoFileKind::Model),
                                       models->itemText(index).toStdString());
+}
+
+// ====================================================================== input rules
+
+void frmKirva::InstallInputRules() {
+    for (const FieldDef& def : FieldTable()) {
+        const std::optional<NumberRule> rule = NumberRuleOf(def);
+        if (!rule) continue;
+        // The field's own validator gives way to the one that knows what the record keeps.
+        if (QLineEdit* line = TextBoxOf(WidgetOf(def))) line->setValidator(new NumberValidator(*rule, line));
+    }
+    if (const FieldDef* start = FindField("cboDnc", 31)) {
+        const StartCompanions companions = StartConditionCompanions(*start);
+        const QString array = QString::fromUtf8(companions.Array);
+        if (auto* character = qobject_cast<QLineEdit*>(Control(array, companions.Character)))
+            character->setValidator(new StartCharacterValidator(character));
+        if (auto* wait = qobject_cast<QLineEdit*>(Control(array, companions.WaitTime)))
+            wait->setValidator(new WaitTimeValidator(wait));
+    }
+    (new WheelGuard(this))->Guard(this);
+}
+
+void frmKirva::SettleFieldOnLeave(QWidget* control) {
+    QLineEdit* line = TextBoxOf(control);
+    const auto* rule = line == nullptr ? nullptr : dynamic_cast<const NumberValidator*>(line->validator());
+    if (rule == nullptr || line->text().isEmpty()) return;
+    QString text = line->text();
+    int pos = 0;
+    QValidator::State state = rule->validate(text, pos);
+    if (state != QValidator::Acceptable) {
+        rule->fixup(text);
+        state = rule->validate(text, pos);
+    }
+    if (state == QValidator::Acceptable) {
+        // Shown as the record gives it back: "007" is 7, "0.50" is 0.5.
+        const QString normal = NormalNumberText(text);
+        if (normal != line->text()) line->setText(normal);
+        return;
+    }
+    // Nothing storable ("-", "."): the value the field held when it was entered comes back.
+    QString previous = control->property(kTextOnEntry).toString();
+    if (rule->validate(previous, pos) != QValidator::Acceptable) previous.clear();
+    const QString typed = line->text();
+    line->setText(previous);
+    ShowStatus(Q(TK_TRANSLATE::TranslateText("« x1x » n'est pas un nombre : x2x reprend sa valeur « x3x ».",
+                                             kDicoSection, typed.toStdString(),
+                                             FieldCaption(control).toStdString(), previous.toStdString())));
+}
+
+void frmKirva::MarkPresetFields(const QList<QWidget*>& changed) {
+    QHash<QWidget*, QLabel*> labelOf;
+    for (QLabel* label : findChildren<QLabel*>()) {
+        if (label->buddy() != nullptr) labelOf.insert(label->buddy(), label);
+    }
+    for (QWidget* field : changed) {
+        // A check box is its own label.
+        QWidget* caption = labelOf.value(field, nullptr);
+        if (caption == nullptr) caption = field;
+        if (!caption->property(kPaletteBeforeMark).isValid()) {
+            caption->setProperty(kPaletteBeforeMark, QVariant::fromValue(caption->palette()));
+        }
+        QPalette marked = caption->palette();
+        marked.setColor(QPalette::WindowText, PresetMarkColour());
+        caption->setPalette(marked);
+        if (field->property(kMarkWatched).toBool()) continue;
+        field->setProperty(kMarkWatched, true);
+        // The mark stays until the user edits the field.
+        auto unmark = [caption] {
+            const QVariant saved = caption->property(kPaletteBeforeMark);
+            if (!saved.isValid()) return;
+            caption->setPalette(saved.value<QPalette>());
+            caption->setProperty(kPaletteBeforeMark, QVariant());
+        };
+        if (auto* line = qobject_cast<QLineEdit*>(field))
+            connect(line, &QLineEdit::textEdited, caption, unmark);
+        if (auto* check = qobject_cast<QCheckBox*>(field))
+            connect(check, &QCheckBox::clicked, caption, unmark);
+    }
 }
 
 } // namespace kirva
