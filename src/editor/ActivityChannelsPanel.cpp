@@ -144,6 +144,13 @@ void ActivityChannelsPanel::ShowRecord(int row) {
     }
 }
 
+void ActivityChannelsPanel::TakeShownChannel() {
+    if (shown_ < 0) return;
+    for (int i = 0; i < 3; ++i) OnFieldEdited(i, txtField_[i]->text());
+    lvwCanal_->setCurrentRow(shown_);
+    lvwCanal_->setFocus();
+}
+
 void ActivityChannelsPanel::OnFieldEdited(int field, const QString& text) {
     if (shown_ < 0) return;
     FieldOf(records_[static_cast<std::size_t>(shown_)], field) = text.toStdString();

@@ -33,6 +33,9 @@ class ActivityChannelsPanel : public QWidget {
     void AddChannel();     // mnuCanal_0
     void DeleteSelected(); // mnuCanal_1, after the question
     void ShowSelected();   // mnuCanal_2
+    // "&Ok" beside the panel: the three fields go into the channel shown, whose list entry takes
+    // its reference, and the list gets the focus back.
+    void TakeShownChannel();
 
     QMenu* PopupMenu() const { return popmnuCanal_; }
 

@@ -17,6 +17,7 @@ using L = FieldList;
 using C = FieldConv;
 using S = FieldStore;
 constexpr std::uint8_t H2 = FlagHiddenInMode2;
+constexpr std::uint8_t OPT = FlagOptional; // a machine may leave it empty (docs/window-fields.md)
 
 // One line a field: array, member, panel, group, label, widget, list, conversion, store, section,
 // key [, cmdExit member beside it] [, flags]. Rows are in panel order; inside a panel, in the
@@ -41,7 +42,7 @@ const std::vector<FieldDef>& Rows() {
         {"cboTelvar", 50, "1.1", "Gestionnaire de programmes", "Ouverture des programmes :", W::Combo, L::OpeningModes, C::Index, S::Caller, nullptr, "OpenInBD", -1, H2},
         {"TxtTelvar", 9, "1.1", "Gestionnaire de programmes", "Mode de gestion base de données :", W::Line, L::None, C::Text, S::Both, "DNC", "ModeGestionBD", -1, H2},
         {"TxtTelvar", 5, "1.1", "Gestionnaire de programmes", "Dossier de log courant :", W::Info, L::None, C::Text, S::Caller, nullptr, "CurrentPathDirLog", -1, H2},
-        {"cboTelvar", 2, "1.1", "Accès aux données", "Mode de lecture :", W::Combo, L::ReadingModes, C::Index, S::Telvar, "DNC", "DataAccess"},
+        {"cboTelvar", 2, "1.1", "Accès aux données", "Mode de lecture :", W::Combo, L::ReadingModes, C::Index, S::Telvar, "DNC", "DataAccess", -1, OPT},
         // ------------------------------------------------------------ 1.2 Dossiers
         {"TxtTelvar", 49, "1.2", "Dossiers des programmes", "Dossier 'Open' :", W::Line, L::None, C::Text, S::Both, "DNC", "PathFileProgOpen", 3},
         {"TxtTelvar", 98, "1.2", "Dossiers des programmes", "Dossier 'Save' :", W::Line, L::None, C::Text, S::Both, "DNC", "PathFileProgSave", 8},
@@ -51,8 +52,8 @@ const std::vector<FieldDef>& Rows() {
         {"chkDnc", 10, "1.2", "Remontée des programmes", "Le numéro de programme est l'identifiant unique", W::Check, L::None, C::Text, S::Telvar, "REMONTE", "NumProgAsUniqueID"},
         {"TxtDnc", 64, "1.2", "Macro d'erreur", "Fichier macro :", W::Line, L::None, C::Text, S::Telvar, "DNC", "PathMacroError"},
         // ------------------------------------------------------------ 2 Programmation
-        {"cboIso", 2, "2", "Commande numérique", "Groupe de CN :", W::Combo, L::CatalogueGroups, C::CatalogueCode, S::Telvar, "SYNTAXE_MO", "CodeGroupCN"},
-        {"cboIso", 3, "2", "Commande numérique", "Modèle de CN :", W::Combo, L::CatalogueModels, C::CatalogueCode, S::Telvar, "SYNTAXE_MO", "CodeCN"},
+        {"cboIso", 2, "2", "Commande numérique", "Groupe de CN :", W::Combo, L::CatalogueGroups, C::CatalogueCode, S::Telvar, "SYNTAXE_MO", "CodeGroupCN", -1, OPT},
+        {"cboIso", 3, "2", "Commande numérique", "Modèle de CN :", W::Combo, L::CatalogueModels, C::CatalogueCode, S::Telvar, "SYNTAXE_MO", "CodeCN", -1, OPT},
         {"cboIso", 110, "2", "Commande numérique", "Type d'usinage :", W::Combo, L::MachiningTypes, C::Index, S::Telvar, "DNC", "Techno"},
         {"txtIso", 14, "2", "Commande numérique", "Nombre de tourelles :", W::Line, L::None, C::Text, S::Telvar, "SYNTAXE_MO", "NbTourelle"},
         {"txtIso", 15, "2", "Commande numérique", "Nombre de pots d'outils :", W::Line, L::None, C::Text, S::Telvar, "SYNTAXE_MO", "NbPot"},
@@ -142,7 +143,7 @@ const std::vector<FieldDef>& Rows() {
         {"cboDnc", 89, "3.2", "Port série", "Vitesse d'envoi :", W::EditCombo, L::SerialSpeeds, C::Text, S::Telvar, "COMM", "BaudsEnvoi"},
         {"cboDnc", 21, "3.2", "Port série", "Bits de données :", W::EditCombo, L::DataBits, C::Text, S::Telvar, "COMM", "DataBit"},
         {"cboDnc", 22, "3.2", "Port série", "Bits de stop :", W::Combo, L::StopBits, C::Text, S::Telvar, "COMM", "StopBit"},
-        {"cboDnc", 23, "3.2", "Port série", "Parité :", W::Combo, L::Parities, C::Parity, S::Telvar, "COMM", "Parite"},
+        {"cboDnc", 23, "3.2", "Port série", "Parité :", W::Combo, L::Parities, C::Parity, S::Telvar, "COMM", "Parite", -1, OPT},
         {"cboDnc", 26, "3.2", "Port série", "Contrôle de flux :", W::Combo, L::FlowControls, C::FlowControl, S::Telvar, "COMM", "CtrlFlux"},
         {"TxtDnc", 25, "3.2", "Transmission", "Fin de bloc (EOB) :", W::Line, L::None, C::Text, S::Telvar, "COMM", "EOB"},
         {"TxtDnc", 29, "3.2", "Transmission", "Time-out de réception :", W::Line, L::None, C::Text, S::Telvar, "COMM", "TimeOut"},
@@ -153,13 +154,13 @@ const std::vector<FieldDef>& Rows() {
         {"TxtDnc", 69, "3.2", "Transmission", "Mode IRQ :", W::Line, L::None, C::Text, S::Telvar, "COMM", "ModeIRQ"},
         {"chkDnc", 11, "3.2", "Transmission", "Mode passant", W::Check, L::None, C::Text, S::Telvar, "COMM", "IsModePassant"},
         {"cboDnc", 31, "3.2", "Début de transfert", "Condition de début :", W::Combo, L::StartConditions, C::StartCondition, S::Telvar, "OPTION_DNC", "CheckModeRecep"},
-        {"TxtDnc", 37, "3.2", "Début de transfert", "Caractère :", W::Line, L::None, C::Text, S::WindowOnly, "OPTION_DNC", "CheckModeRecep"},
-        {"TxtDnc", 65, "3.2", "Début de transfert", "Attente :", W::Line, L::None, C::Text, S::WindowOnly, "OPTION_DNC", "CheckModeRecep"},
+        {"TxtDnc", 37, "3.2", "Début de transfert", "Caractère :", W::Line, L::None, C::Text, S::WindowOnly, "OPTION_DNC", "CheckModeRecep", -1, OPT},
+        {"TxtDnc", 65, "3.2", "Début de transfert", "Attente :", W::Line, L::None, C::Text, S::WindowOnly, "OPTION_DNC", "CheckModeRecep", -1, OPT},
         // ------------------------------------------------------------ 3.3 Réseau
-        {"cboDnc", 36, "3.3", "Transfert réseau", "Service Internet :", W::Combo, L::InternetServices, C::Index, S::Telvar, "RESEAU", "RemoteMethode"},
+        {"cboDnc", 36, "3.3", "Transfert réseau", "Service Internet :", W::Combo, L::InternetServices, C::Index, S::Telvar, "RESEAU", "RemoteMethode", -1, OPT},
         {"optDnc", 85, "3.3", "Transfert réseau", "Rôle de connexion :", W::Options, L::ConnectionRoles, C::Index, S::Telvar, "RESEAU", "TalmConnexionRole"},
         {"TxtDnc", 38, "3.3", "Transfert réseau", "Hôte distant :", W::Line, L::None, C::Text, S::Telvar, "RESEAU", "RemoteHost"},
-        {"cboDnc", 39, "3.3", "Transfert réseau", "Port distant :", W::EditCombo, L::InternetServices, C::ServicePort, S::Telvar, "RESEAU", "RemotePort"},
+        {"cboDnc", 39, "3.3", "Transfert réseau", "Port distant :", W::EditCombo, L::InternetServices, C::ServicePort, S::Telvar, "RESEAU", "RemotePort", -1, OPT},
         {"TxtDnc", 14, "3.3", "Transfert réseau", "Utilisateur :", W::Line, L::None, C::Text, S::Telvar, "RESEAU", "UserName"},
         {"TxtDnc", 15, "3.3", "Transfert réseau", "Mot de passe :", W::Password, L::None, C::Text, S::Telvar, "RESEAU", "UserPassword"},
         {"TxtDnc", 40, "3.3", "Transfert réseau", "Dossier d'envoi sur l'hôte :", W::Line, L::None, C::Text, S::Telvar, "RESEAU", "DefaultDirHostSend"},
@@ -184,16 +185,16 @@ const std::vector<FieldDef>& Rows() {
         {"chkDnc", 16, "3.5", "Appel de programme", "Plusieurs programmes par appel", W::Check, L::None, C::Text, S::Telvar, "OPTION_DNC", "IsMultiAppel"},
         {"TxtDnc", 8, "3.5", "Appel de programme", "Séparateur d'appel multiple :", W::Line, L::None, C::Text, S::Telvar, "OPTION_DNC", "SepCarMultiAppel"},
         {"chkDnc", 17, "3.5", "Appel de programme", "Vérifier les réceptions avant l'appel", W::Check, L::None, C::Text, S::Telvar, "OPTION_DNC", "CheckReceivBeforeAppel"},
-        {"TxtDnc", 9, "3.5", "Appel de programme", "Nombre de réceptions avant l'appel :", W::Line, L::None, C::Text, S::Telvar, "OPTION_DNC", "NbReceivBeforeAppel"},
+        {"TxtDnc", 9, "3.5", "Appel de programme", "Nombre de réceptions avant l'appel :", W::Line, L::None, C::Text, S::Telvar, "OPTION_DNC", "NbReceivBeforeAppel", -1, OPT},
         {"chkDnc", 18, "3.5", "Appel de programme", "Rechercher dans toute la base de données", W::Check, L::None, C::Text, S::Telvar, "OPTION_DNC", "CheckAllDataBase"},
         {"chkDnc", 19, "3.5", "Appel de programme", "Remonter dans la base de données", W::Check, L::None, C::Text, S::Telvar, "OPTION_DNC", "RemonteBD"},
-        {"cboDnc", 230, "3.5", "Port série d'appel", "Méthode d'appel :", W::Combo, L::TransferMethods, C::Index, S::Telvar, "CALL_COMM", "CallMethode"},
-        {"cboDnc", 220, "3.5", "Port série d'appel", "Port COM :", W::EditCombo, L::ComPorts, C::Text, S::Telvar, "CALL_COMM", "NumPort"},
+        {"cboDnc", 230, "3.5", "Port série d'appel", "Méthode d'appel :", W::Combo, L::TransferMethods, C::Index, S::Telvar, "CALL_COMM", "CallMethode", -1, OPT},
+        {"cboDnc", 220, "3.5", "Port série d'appel", "Port COM :", W::EditCombo, L::ComPorts, C::Text, S::Telvar, "CALL_COMM", "NumPort", -1, OPT},
         {"cboDnc", 224, "3.5", "Port série d'appel", "Vitesse :", W::EditCombo, L::SerialSpeeds, C::Text, S::Telvar, "CALL_COMM", "Bauds"},
         {"cboDnc", 221, "3.5", "Port série d'appel", "Bits de données :", W::EditCombo, L::DataBits, C::Text, S::Telvar, "CALL_COMM", "DataBit"},
         {"cboDnc", 222, "3.5", "Port série d'appel", "Bits de stop :", W::Combo, L::StopBits, C::Text, S::Telvar, "CALL_COMM", "StopBit"},
-        {"cboDnc", 223, "3.5", "Port série d'appel", "Parité :", W::Combo, L::Parities, C::Parity, S::Telvar, "CALL_COMM", "Parite"},
-        {"cboDnc", 226, "3.5", "Port série d'appel", "Contrôle de flux :", W::Combo, L::FlowControls, C::FlowControl, S::Telvar, "CALL_COMM", "CtrlFlux"},
+        {"cboDnc", 223, "3.5", "Port série d'appel", "Parité :", W::Combo, L::Parities, C::Parity, S::Telvar, "CALL_COMM", "Parite", -1, OPT},
+        {"cboDnc", 226, "3.5", "Port série d'appel", "Contrôle de flux :", W::Combo, L::FlowControls, C::FlowControl, S::Telvar, "CALL_COMM", "CtrlFlux", -1, OPT},
         // ------------------------------------------------------------ 4 Editeur
         {"TxtTelvar", 155, "4", "Insertions des touches de fonction", "Touche F5 :", W::Line, L::None, C::Text, S::Caller, nullptr, "InsKeyF5", -1, H2},
         {"TxtTelvar", 156, "4", "Insertions des touches de fonction", "Touche F6 :", W::Line, L::None, C::Text, S::Caller, nullptr, "InsKeyF6", -1, H2},
@@ -313,6 +314,13 @@ std::string FieldObjectName(const FieldDef& def) {
 const KeyDef* FieldKey(const FieldDef& def) {
     if (def.Store != FieldStore::Telvar && def.Store != FieldStore::Both) return nullptr;
     return FindKey(def.Section, def.Key);
+}
+
+bool FieldMayStayEmpty(const FieldDef& def) {
+    if ((def.Flags & FlagOptional) != 0) return true;
+    if (const KeyDef* key = FieldKey(def)) return key->Kind == KeyKind::String && def.Conv == FieldConv::Text;
+    if (def.Store == FieldStore::Caller) return !CallerFieldIsNumber(def.Key);
+    return false;
 }
 
 StartCompanions StartConditionCompanions(const FieldDef& def) {

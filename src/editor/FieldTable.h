@@ -79,6 +79,7 @@ enum class FieldStore : std::uint8_t {
 enum FieldFlag : std::uint8_t {
     FlagNone = 0,
     FlagHiddenInMode2 = 1, // only the program manager uses it: hidden when the DNC transfer program called
+    FlagOptional = 2,      // a machine may leave it empty: the apply does not stop on it
 };
 
 struct FieldDef {
@@ -110,6 +111,11 @@ std::string ControlName(std::string_view array, int member);
 
 // The key table row of a field bound to Telvar.ini, nullptr otherwise.
 const KeyDef* FieldKey(const FieldDef& def);
+
+// Whether the apply lets the field stay empty: a field marked FlagOptional, or one that holds text
+// (the files keep an empty text as it is: a serial machine has no remote host, a network machine
+// no parity). An empty number cannot be stored: numeric fields must be filled.
+bool FieldMayStayEmpty(const FieldDef& def);
 
 // The companion boxes of a start-condition field (character, waiting time).
 struct StartCompanions {

@@ -5,6 +5,7 @@
 #include "editor/frmKirva.h"
 #include "editor/QtText.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QDir>
@@ -15,9 +16,11 @@
 #include <QPainter>
 #include <QPixmap>
 #include <QPushButton>
+#include <QScreen>
 #include <QSignalBlocker>
 #include <QSplitter>
 #include <QStackedWidget>
+#include <QStatusBar>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTreeWidget>
@@ -25,10 +28,12 @@
 #include <algorithm>
 
 #include "editor/CatalogueWidgets.h"
+#include "editor/FieldInput.h"
 #include "editor/FieldRules.h"
 #include "editor/PanelTree.h"
 #include "editor/PingWidgets.h"
 #include "editor/TranslateForm.h"
+#include "editor/WindowFrame.h"
 #include "translate/translate.h"
 
 namespace kirva {
@@ -142,8 +147,8 @@ frmKirva::frmKirva(ProgramState& state, QWidget* parent)
     setProperty("Tag", QStringLiteral("topmost"));
     setWindowFlag(Qt::WindowStaysOnTopHint, true);
 
-    SetCommandAction(4, [this] { ping_->RunTest(); });
-    UpdateApplyButtons();
+    WireCommands();
+    SetUpKeyboard();
     ShowPanel(QStringLiteral("1"));
     if (QTreeWidgetItem* first = tvwCat_->topLevelItem(0)) {
         const QSignalBlocker block(tvwCat_);
@@ -251,13 +256,51 @@ void frmKirva::BuildWindow() {
     outer->addLayout(bottom);
 
     WatchEditingFields();
+    InstallInputRules();
     if (auto* reference = qobject_cast<QLineEdit*>(Control(QStringLiteral("TxtTelvar"), 1))) {
         new KeyRuleFilter(this, reference, [this](const QString& textBeforeKey) {
             referenceTyped_ = !textBeforeKey.isEmpty();
             UpdateApplyButtons();
         });
     }
-    resize(1180, 740);
+    FitToScreen();
+}
+
+void frmKirva::FitToScreen() {
+    // The size the panels are drawn for, unless the screen is smaller (a 1024x768 workshop PC):
+    // then the window takes the screen's free area, borders and title bar included, and the
+    // panels scroll.
+    const QSize wanted(1180, 740);
+    const QSize frame(16, 48);
+    const QScreen* screen = this->screen();
+    if (screen == nullptr) {
+        resize(wanted);
+        return;
+    }
+    const QRect available = screen->availableGeometry();
+    const QSize size = BoundedWindowSize(wanted, available, frame, QSize(480, 360));
+    resize(size);
+    move(available.x() + std::max(0, (available.width() - size.width() - frame.width()) / 2),
+         available.y() + std::max(0, (available.height() - size.height() - frame.height()) / 2));
+}
+
+void frmKirva::SetUpKeyboard() {
+    auto* apply = qobject_cast<QPushButton*>(Control(QStringLiteral("cmdExit"), 0));
+    auto* cancel = qobject_cast<QPushButton*>(Control(QStringLiteral("cmdExit"), 1));
+    if (apply != nullptr) apply->setDefault(true);
+    new WindowKeys(this, apply, cancel, [this] {
+        // The apply takes the field being edited as leaving it would.
+        QWidget* focus = QApplication::focusWidget();
+        if (focus == nullptr) return;
+        if (auto* box = qobject_cast<QComboBox*>(focus->parentWidget());
+            box != nullptr && box->lineEdit() == focus)
+            focus = box;
+        SettleFieldOnLeave(focus);
+    });
+}
+
+void frmKirva::ShowStatus(const QString& text) {
+    statusBar()->showMessage(text);
 }
 
 // ====================================================================== navigation
@@ -305,10 +348,15 @@ void frmKirva::SetFocusOnPanOfInfo(QWidget* control) {
 }
 
 void frmKirva::CtrlGotFocus(QWidget* control) {
+    if (auto* line = qobject_cast<QLineEdit*>(control))
+        control->setProperty(kTextOnEntry, line->text());
+    else if (auto* box = qobject_cast<QComboBox*>(control))
+        control->setProperty(kTextOnEntry, box->currentText());
     HighlightField(control);
 }
 
 void frmKirva::CtrlLostFocus(QWidget* control) {
+    SettleFieldOnLeave(control);
     UnhighlightField(control);
 }
 

@@ -15,6 +15,7 @@
 #include <functional>
 #include <vector>
 
+#include "app/Apply.h"
 #include "app/ProgramSettings.h"
 #include "editor/FieldTable.h"
 #include "editor/Vocabularies.h"
@@ -96,6 +97,8 @@ class frmKirva : public QMainWindow {
     ChannelsPanel* Channels() const { return channels_; }
     ActivityChannelsPanel* AnalysisChannels() const { return analysisChannels_; }
     PingWidgets* Ping() const { return ping_; }
+    // What the last apply wrote (all false before the first).
+    const ApplyOutcome& LastApply() const { return lastApply_; }
 
     // Renders every panel, in tree order, to folder/<panel number>.png. False (with a reason) when
     // the folder cannot be made or a picture cannot be written.
@@ -113,6 +116,11 @@ class frmKirva : public QMainWindow {
     void SetTitle();
     void SetInfoTabs();
     void OnNodeChosen(QTreeWidgetItem* item);
+    // Enter presses the apply button, Escape the cancel button; the first size fits the screen.
+    void SetUpKeyboard();
+    void FitToScreen();
+    // A line in the status bar (the dictionary's words; x1x, x2x, ... replaced by values).
+    void ShowStatus(const QString& text);
 
     // ---------------------------------------------------------------- panels (frmKirvaPanels.cpp)
     QWidget* BuildPanel(int index, const char* panel, const char* text);
@@ -125,10 +133,26 @@ class frmKirva : public QMainWindow {
     QPushButton* CommandButton(int member);
     QPushButton* BrowseButton(const BrowseDef& def);
     QWidget* ServiceGroup();
+    // Runs the service command of CmdService member (1..5) and shows its log in RtbServices.
+    void RunServiceCommand(int member);
     void UpdateApplyButtons();
     void RunCommand(int member);
     void ReloadIsoInsertions(const QString& path);
     QString MachineFolder() const;
+
+    // ---------------------------------------------------------------- commands (frmKirvaApply.cpp)
+    void WireCommands();
+    QString FieldText(const QString& array, int member) const;
+    void SetFieldText(const QString& array, int member, const QString& text);
+    void FocusField(QWidget* field);
+    bool ShownInThisMode(QWidget* w) const;
+    QWidget* FirstEmptyField() const;
+    bool Apply();
+    void CreateServerFolder();
+    void CreateProgramFolderOf(int field, bool archive);
+    void FillStandardValues(int member);
+    void LoadMachineFile();
+    void ExportMachine();
 
     // ---------------------------------------------------------------- lists and rules (frmKirvaRules.cpp)
     void FillChoiceLists();
@@ -138,6 +162,11 @@ class frmKirva : public QMainWindow {
     void UpdateStartConditionCompanions();
     void OnGroupChosen(int index);
     void OnModelChosen(int index);
+    // Input rules of the fields (numbers by their key, the start condition's companions, no wheel
+    // on an unfocused list), the settling of a number field left, and the marks of a preset.
+    void InstallInputRules();
+    void SettleFieldOnLeave(QWidget* control);
+    void MarkPresetFields(const QList<QWidget*>& changed);
 
     // ---------------------------------------------------------------- the record (frmKirvaTransfer.cpp)
     QWidget* WidgetOf(const FieldDef& def) const;
@@ -169,6 +198,7 @@ class frmKirva : public QMainWindow {
     FieldFocusWatcher* focusWatcher_ = nullptr;
     std::array<std::function<void()>, 14> commandActions_;
     bool referenceTyped_ = false; // the reference field held text before the last key
+    ApplyOutcome lastApply_;      // what the last apply wrote
 };
 
 } // namespace kirva

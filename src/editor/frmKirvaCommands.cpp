@@ -40,10 +40,9 @@ constexpr std::array<const char*, 14> kCommandCaptions{"&Ajouter",
                                                        "&Stopper",
                                                        "&Créer..."};
 
-// The service panel's buttons CmdService 1..5.
-constexpr std::array<const char*, 5> kServiceCaptions{"Installer le service", "Etat du service",
-                                                      "Désinstaller le service", "Démarrer le service",
-                                                      "Arrêter le service"};
+// Why the server folder's button waits: its folder is named after the reference.
+constexpr const char* kReferenceFirst =
+    "Saisissez d'abord la référence de la machine : le dossier porte son nom.";
 
 } // namespace
 
@@ -71,38 +70,6 @@ QPushButton* frmKirva::BrowseButton(const BrowseDef& def) {
     return button;
 }
 
-QWidget* frmKirva::ServiceGroup() {
-    auto* box = new QGroupBox(QStringLiteral("Service du Telvareur"));
-    box->setObjectName(QStringLiteral("fraService"));
-    auto* l = new QVBoxLayout(box);
-    auto* form = new QFormLayout;
-    auto* name = new QLineEdit;
-    name->setObjectName(QStringLiteral("TxtService"));
-    auto* label = new QLabel(QStringLiteral("Nom du service :"));
-    label->setObjectName(QStringLiteral("lbl_TxtService"));
-    label->setBuddy(name);
-    form->addRow(label, name);
-    l->addLayout(form);
-    auto* buttons = new QHBoxLayout;
-    for (int member = 1; member <= 5; ++member) {
-        auto* button =
-            new QPushButton(QString::fromUtf8(kServiceCaptions[static_cast<std::size_t>(member - 1)]));
-        button->setObjectName(Q(ControlName("CmdService", member)));
-        // The service commands are wired with the service module; until then they stay disabled.
-        button->setEnabled(false);
-        controls_.insert(button->objectName(), button);
-        buttons->addWidget(button);
-    }
-    buttons->addStretch();
-    l->addLayout(buttons);
-    auto* log = new QTextEdit;
-    log->setObjectName(QStringLiteral("RtbServices"));
-    log->setReadOnly(true);
-    log->setMinimumHeight(220);
-    l->addWidget(log);
-    return box;
-}
-
 // ====================================================================== running them
 
 void frmKirva::SetCommandAction(int member, std::function<void()> action) {
@@ -117,7 +84,10 @@ void frmKirva::UpdateApplyButtons() {
         if (button == nullptr) continue;
         bool enabled = static_cast<bool>(commandActions_[static_cast<std::size_t>(member)]);
         // The server folder can be made once the machine has a reference (one key behind).
-        if (member == 2) enabled = enabled && referenceTyped_;
+        if (member == 2) {
+            enabled = enabled && referenceTyped_;
+            button->setToolTip(enabled ? QString() : Tr(kReferenceFirst));
+        }
         button->setEnabled(enabled);
     }
 }

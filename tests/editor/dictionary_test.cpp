@@ -13,6 +13,7 @@
 
 #include "WindowFixture.h"
 #include "app/CallerSettings.h"
+#include "app/MachineCommands.h"
 #include "app/MessageTexts.h"
 #include "editor/ActivityChannelsPanel.h"
 #include "editor/BrowseTable.h"
@@ -23,6 +24,7 @@
 #include "ini/profile.h"
 #include "machine/TelvarFile.h"
 #include "machine/Validation.h"
+#include "service/TK_SERVICE.h"
 
 namespace kirva {
 namespace {
@@ -71,11 +73,32 @@ TEST_F(EditorDictionary, EnglishHoldsEveryTextTheProgramShows) {
     }
     AllFilesFilter();
     TK_TRANSLATE::TranslateText(CatalogueText(244), kDicoSection);
-    for (const char* text :
-         {texts::kKirvaIniMissing, texts::kKirvaIniCountOutOfRange, texts::kDecimalPointNeeded,
-          kKalderonIniMissing, kHarbixIniMissing, kCallerFileReadFailed, kCallerFileWriteFailed,
-          kTelvarReadFailed, kTelvarWriteFailed, kDuplicateReference, kReferenceNeeded,
-          kServerFolderNeededTransfer, kServerFolderNeeded, kReferenceNotAFileName}) {
+    for (const char* text : {texts::kKirvaIniMissing,
+                             texts::kKirvaIniCountOutOfRange,
+                             texts::kDecimalPointNeeded,
+                             kKalderonIniMissing,
+                             kHarbixIniMissing,
+                             kCallerFileReadFailed,
+                             kCallerFileWriteFailed,
+                             kTelvarReadFailed,
+                             kTelvarWriteFailed,
+                             kDuplicateReference,
+                             kReferenceNeeded,
+                             kServerFolderNeededTransfer,
+                             kServerFolderNeeded,
+                             kReferenceNotAFileName,
+                             kTemplateMissing,
+                             kCreateFolderQuestion,
+                             kReplaceFolderQuestion,
+                             kServerMissing,
+                             kExportTitle,
+                             kLoadTitle,
+                             kFolderNotMade,
+                             kTemplateCopyFailed,
+                             kServerNotStarted,
+                             kWindowsNotListed,
+                             kServerNotClosed,
+                             kExportFailed}) {
         TK_TRANSLATE::TranslateText(text, kDicoSection);
     }
     TK_TRANSLATE::Shared().Init("");
