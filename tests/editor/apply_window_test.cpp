@@ -326,6 +326,26 @@ TEST_F(ApplyWindow, HandEditedMachineKeepsEveryByte) {
     }
 }
 
+// A list whose file refuses the write (the insertion file is a folder) is named in a warning; the
+// machine file with its plans and channels, the caller's file and the notification still go out.
+TEST_F(ApplyWindow, RefusedListIsReportedAndTheRestWritten) {
+    Workshop(1, 2, false);
+    const CallerListener listener(Root());
+    const std::string folder = Servers() + "TOUR12/";
+    WriteBytes(folder + "Telvar.ini", Lines({"[DNC]", "RefMO=TOUR12", "PathIsoIni=" + folder + "Iso.ini"}));
+    fs::create_directories(folder + "Iso.ini");
+    Start();
+    AddLists();
+    ApplyFillingWhatItAsks();
+    ASSERT_TRUE(window->LastApply().TelvarWritten) << "stopped on " << Stopped();
+    EXPECT_FALSE(window->LastApply().ListsSaved);
+    EXPECT_TRUE(messages.Only("Problème durant l'écriture du fichier " + folder + "Iso.ini", IconWarning));
+    EXPECT_NE(
+        ReadBytes(folder + "Telvar.ini").find("[PLANS]\r\nref:P1|LadX:X|LadY:Z|CoeffX:1|CoeffY:2|R:0|\r\n"),
+        std::string::npos);
+    EXPECT_EQ(listener.Received(), "28679 711 0");
+}
+
 // Every machine of the demo workshop applies as it stands, for each calling program: no field
 // that a real machine leaves empty stops the apply.
 TEST_F(ApplyWindow, DemoMachinesApplyAsTheyStand) {
