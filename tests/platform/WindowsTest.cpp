@@ -1,6 +1,6 @@
 // Top-level windows on X11: the list with titles in stacking order, the close request, and a
 // server program started by path. Each test suite runs a private X server (Xvfb, no TCP) and
-// stand-in servers (tests/platform/standin) in it.
+// stand-in servers (examples/standin-server) in it.
 #include "platform/PlatformTestSupport.h"
 #include "platform/platform.h"
 #include "support/TempDir.h"

@@ -1,5 +1,6 @@
-// A stand-in communication server for the tests: one X11 top-level window with a title, that
-// takes WM_DELETE_WINDOW and, when asked to close, writes a mark file and ends.
+// A stand-in communication server for the demo workshop (scripts/run puts it in every server
+// folder as Telvar.exe) and the tests: one X11 top-level window with a title, that takes
+// WM_DELETE_WINDOW and, when asked to close, writes a mark file and ends.
 //
 //   telvar_standin [--net-name TEXT] [--wm-name TEXT] [--framed] [--no-delete]
 //                  [--mark FILE] [--report FILE]
