@@ -9,9 +9,12 @@
 #include <QLineEdit>
 #include <QString>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "app/ProgramSettings.h"
+#include "editor/BrowseTable.h"
 #include "editor/frmKirva.h"
 #include "machine/MachineConfig.h"
 #include "support/TestSupport.h"
@@ -66,6 +69,31 @@ class WindowFixture {
     ProgramState state;
     RecordingMessages messages;
     std::unique_ptr<frmKirva> window;
+};
+
+// Answers every dialog with `answer` (nothing = the user cancelled) and records the titles.
+class FakeDialogs : public DialogService {
+  public:
+    FakeDialogs() { SetDialogService(this); }
+    ~FakeDialogs() override { SetDialogService(nullptr); }
+    std::optional<QString> OpenFile(QWidget*, const QString& title, const QString& start,
+                                    const QString&) override {
+        return Record(title, start, files);
+    }
+    std::optional<QString> SelectFolder(QWidget*, const QString& title, const QString& start) override {
+        return Record(title, start, folders);
+    }
+    std::optional<QString> Record(const QString& title, const QString& start, int& count) {
+        titles.push_back(title);
+        starts.push_back(start);
+        ++count;
+        return answer;
+    }
+    std::optional<QString> answer;
+    std::vector<QString> titles;
+    std::vector<QString> starts;
+    int files = 0;
+    int folders = 0;
 };
 
 // A test with its window open from the start: modify mode, the program manager calling, no machine.

@@ -31,36 +31,12 @@
 namespace kirva {
 namespace {
 
+using test::FakeDialogs;
 using test::WindowFixture;
 using WindowButtons = test::OpenWindow<>;
 using WindowArrays = test::OpenWindow<>;
 using WindowCataloguePresets = test::OpenWindow<>;
 using WindowScreenshots = test::OpenWindow<>;
-
-// Answers every dialog with `answer` (nothing = the user cancelled) and records the titles.
-class FakeDialogs : public DialogService {
-  public:
-    FakeDialogs() { SetDialogService(this); }
-    ~FakeDialogs() override { SetDialogService(nullptr); }
-    std::optional<QString> OpenFile(QWidget*, const QString& title, const QString& start,
-                                    const QString&) override {
-        return Record(title, start, files);
-    }
-    std::optional<QString> SelectFolder(QWidget*, const QString& title, const QString& start) override {
-        return Record(title, start, folders);
-    }
-    std::optional<QString> Record(const QString& title, const QString& start, int& count) {
-        titles.push_back(title);
-        starts.push_back(start);
-        ++count;
-        return answer;
-    }
-    std::optional<QString> answer;
-    std::vector<QString> titles;
-    std::vector<QString> starts;
-    int files = 0;
-    int folders = 0;
-};
 
 QString Name(const char* array, int member) {
     return QString::fromStdString(ControlName(array, member));

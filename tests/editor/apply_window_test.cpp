@@ -18,6 +18,7 @@
 #include "app/AppTestSupport.h"
 #include "app/Startup.h"
 #include "editor/FieldTable.h"
+#include "WindowFixture.h"
 #include "editor/IsoInsertPanel.h"
 #include "editor/frmKirva.h"
 #include "ini/codepage.h"
@@ -344,6 +345,34 @@ TEST_F(ApplyWindow, RefusedListIsReportedAndTheRestWritten) {
         ReadBytes(folder + "Telvar.ini").find("[PLANS]\r\nref:P1|LadX:X|LadY:Z|CoeffX:1|CoeffY:2|R:0|\r\n"),
         std::string::npos);
     EXPECT_EQ(listener.Received(), "28679 711 0");
+}
+
+// Load with an empty folder field asks for a file (cancelling loads nothing), makes that machine's
+// server folder from the template and shows the file; export copies the machine's file.
+TEST_F(ApplyWindow, LoadAndExportThroughTheWindow) {
+    Workshop(1, 1, false);
+    const std::string loaded = Lines({"[DNC]", "RefMO=F9", "[TELVAR]", "PortListen=6001"});
+    WriteBytes(dir / "Ailleurs/F9.ini", loaded);
+    Start();
+    FakeDialogs dialogs;
+    Click("cmdExit_9");
+    EXPECT_EQ(dialogs.titles, std::vector<QString>{"Fichier de configuration du port Com"});
+    EXPECT_EQ(Find<QLineEdit>("TxtTelvar_1")->text(), "");
+
+    dialogs.answer = QString::fromStdString(dir / "Ailleurs/F9.ini");
+    Click("cmdExit_9");
+    const std::string folder = Servers() + "F9/";
+    EXPECT_EQ(Find<QLineEdit>("TxtTelvar_48")->text().toStdString(), folder);
+    EXPECT_EQ(Find<QLineEdit>("TxtTelvar_1")->text(), "F9");
+    EXPECT_EQ(Find<QLineEdit>("TxtTelvar_6")->text(), "6001");
+    EXPECT_TRUE(fs::exists(folder + "Telvar.ini")); // the template's copy
+
+    dialogs.answer = QString::fromStdString(dir / "Export");
+    fs::create_directories(dir / "Export");
+    Click("cmdExit_10");
+    EXPECT_EQ(ReadBytes(dir / "Export/F9.ini"), ReadBytes(folder + "Telvar.ini"));
+    EXPECT_EQ(dialogs.titles.back(), "Sélectionnez le répertoire pour l'export...");
+    EXPECT_EQ(messages.entries.size(), 1U); // the question of the server folder
 }
 
 // Every machine of the demo workshop applies as it stands, for each calling program: no field
