@@ -46,6 +46,26 @@ bool MakeFolder(const std::string& folder) {
     return false;
 }
 
+// Copies every file and folder of source into target, replacing files of the same name, each
+// with its permissions. (Done entry by entry: the library's recursive copy into an existing folder
+// fails or copies nothing with some Windows runtimes.)
+void CopyFolderContents(const std::string& source, const std::string& target, std::error_code& error) {
+    const fs::path from(RemoveTrailingBackslash(source));
+    const fs::path to(RemoveTrailingBackslash(target));
+    for (auto it = fs::recursive_directory_iterator(from, error);
+         !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
+        const fs::path destination = to / fs::relative(it->path(), from, error);
+        if (error) return;
+        if (it->is_directory(error)) {
+            fs::create_directories(destination, error);
+        } else if (!error) {
+            // Replaced by removing it first: an overwriting copy leaves the old file with some runtimes.
+            fs::remove(destination, error);
+            if (!error) fs::copy_file(it->path(), destination, error);
+        }
+    }
+}
+
 } // namespace
 
 bool FNCreateDirTelvar(ProgramState& state, MachineConfig& machine, const std::string& machineName,
@@ -71,8 +91,7 @@ bool FNCreateDirTelvar(ProgramState& state, MachineConfig& machine, const std::s
     }
 
     std::error_code error;
-    fs::copy(templateFolder, target, fs::copy_options::recursive | fs::copy_options::overwrite_existing,
-             error);
+    CopyFolderContents(templateFolder, target, error);
     if (error) {
         ShowMessage(kTemplateCopyFailed, IconWarning, MsgButtons::Ok, templateFolder, target,
                     error.message());
