@@ -1,0 +1,114 @@
+// The stand-in programs of the Windows platform tests (built beside the test program), and
+// bounded waits for what they do: every wait ends when its condition holds, when the program it
+// watches ends, or at its time limit.
+#pragma once
+
+#include "platform/win32/internal.h"
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace kirva::test {
+
+// Full path of a program built beside the running test program.
+inline std::wstring BesideTestProgram(const std::wstring& name) {
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length = ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+        if (length == 0) return name;
+        if (length < path.size()) {
+            path.resize(length);
+            break;
+        }
+        path.resize(path.size() * 2);
+    }
+    return path.substr(0, path.find_last_of(L"\\/") + 1) + name;
+}
+
+// A stand-in program started by the test. It is ended (TerminateProcess) when the object goes
+// while it still runs, so that a failed test leaves nothing behind.
+class StandIn {
+  public:
+    // Starts `program` (a full path) with the arguments (each quoted) in `workFolder` (empty: the
+    // test's own). Check Started() afterwards.
+    StandIn(const std::wstring& program, const std::vector<std::wstring>& arguments,
+            const std::wstring& workFolder = L"") {
+        std::wstring line = L"\"" + program + L"\"";
+        for (const std::wstring& argument : arguments) line += L" \"" + argument + L"\"";
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION started{};
+        if (::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                             workFolder.empty() ? nullptr : workFolder.c_str(), &startup, &started)) {
+            ::CloseHandle(started.hThread);
+            process_.Reset(started.hProcess);
+        }
+    }
+    ~StandIn() {
+        if (Running()) {
+            ::TerminateProcess(process_.get(), 99);
+            ::WaitForSingleObject(process_.get(), 5000);
+        }
+    }
+    StandIn(const StandIn&) = delete;
+    StandIn& operator=(const StandIn&) = delete;
+
+    bool Started() const { return process_.valid(); }
+    HANDLE get() const { return process_.get(); }
+    bool Running() const { return Started() && ::WaitForSingleObject(process_.get(), 0) == WAIT_TIMEOUT; }
+    // Waits at most `timeoutMs` for the program to end; true with its exit code when it did.
+    bool WaitForExit(DWORD timeoutMs, DWORD& exitCode) const {
+        return Started() && ::WaitForSingleObject(process_.get(), timeoutMs) == WAIT_OBJECT_0 &&
+               ::GetExitCodeProcess(process_.get(), &exitCode);
+    }
+
+  private:
+    platform::win32::Handle process_;
+};
+
+// Checks `condition` until it holds, at most `timeoutMs`. Between checks it waits for the
+// program to end (at most a few milliseconds): once it has ended, one last check decides.
+inline bool WaitWhileRunning(const StandIn& program, DWORD timeoutMs,
+                             const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() >= deadline) return false;
+        if (::WaitForSingleObject(program.get(), 20) != WAIT_TIMEOUT) return condition();
+    }
+    return true;
+}
+
+// Checks `condition` each time something changes in `folder` (a file created, written or
+// renamed), at most `timeoutMs`.
+inline bool WaitForFolderChange(const std::wstring& folder, DWORD timeoutMs,
+                                const std::function<bool()>& condition) {
+    const HANDLE change = ::FindFirstChangeNotificationW(
+        folder.c_str(), FALSE,
+        FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE | FILE_NOTIFY_CHANGE_SIZE);
+    if (change == INVALID_HANDLE_VALUE) return condition();
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    bool holds = condition();
+    while (!holds) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now())
+                .count();
+        if (left <= 0) break;
+        // A change can come between the check and the wait: the notification stays signalled
+        // until it is asked for again, so none is missed. The short limit only bounds how late a
+        // change is seen that the system does not report (a write still in its cache).
+        const DWORD waited =
+            ::WaitForSingleObject(change, static_cast<DWORD>(std::min<long long>(left, 100)));
+        if (waited == WAIT_OBJECT_0)
+            ::FindNextChangeNotification(change);
+        else if (waited != WAIT_TIMEOUT)
+            break;
+        holds = condition();
+    }
+    ::FindCloseChangeNotification(change);
+    return holds;
+}
+
+} // namespace kirva::test
