@@ -2,6 +2,7 @@
 // and a child process that reports through its exit code.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <iterator>
@@ -61,6 +62,8 @@ inline int InChild(const std::function<int()>& body) {
 // A calling program listening on its datagram socket, bound at hwnd-<our process id>.sock: the id
 // is what the test publishes as its "AppHwnd".
 struct CallerListener {
+    // What the test publishes as the caller's "AppHwnd".
+    std::int64_t Handle() const { return ::getpid(); }
     int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     bool bound = false;
     explicit CallerListener(const std::string& runtimeDir) {
@@ -78,6 +81,17 @@ struct CallerListener {
         const ssize_t n = ::recv(fd, buffer, sizeof buffer, MSG_DONTWAIT);
         return n > 0 ? std::string(buffer, static_cast<std::size_t>(n)) : std::string();
     }
+};
+#else
+// A calling program's main window in the test's thread: its handle is what the test publishes as
+// the caller's "AppHwnd".
+struct CallerListener {
+    explicit CallerListener(const std::string&) {}
+    std::int64_t Handle() const { return window.Handle(); }
+    // The message received, as "28679 <wParam> <lParam>"; "" when none.
+    std::string Received() const { return window.Received(); }
+    mutable CallerWindow window;
+    const bool bound = window.Ready();
 };
 #endif
 

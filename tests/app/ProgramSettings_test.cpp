@@ -26,7 +26,9 @@ class ProgramSettingsTest : public AppFixture {
 
 TEST_F(ProgramSettingsTest, EveryKeyIsRead) {
     ASSERT_TRUE(Read("[KIRVA]\nMode=2\nAppCalling=1\nCurrentIndexMO=3\n"
-                     "PathDirData=/data/dnc\nDefaultPathDirTelvar=  /srv/telvar/  \nNbDevice=2\n"
+                     "PathDirData=/data/dnc\nDefaultPathDirTelvar=  " +
+                     Native("/srv/telvar/") +
+                     "  \nNbDevice=2\n"
                      "PathAppCallingIni=  /suite/Harbix.ini  \n"
                      "[CNC]\nRefMO1= TOUR \nRefMO2=FRAISEUSE\nRefMO3=not read\n"
                      "[TREEVIEW]\nNbTreeViewNode=1\nRefDirNode1=D\xE9"
@@ -37,7 +39,7 @@ TEST_F(ProgramSettingsTest, EveryKeyIsRead) {
     EXPECT_EQ(settings.AppCalling, 1);
     EXPECT_EQ(settings.CurrentIndexMO, 3);
     EXPECT_EQ(settings.PathDirData, "/data/dnc" + kSep);
-    EXPECT_EQ(settings.DefaultPathDirTelvar, "/srv/telvar/");
+    EXPECT_EQ(settings.DefaultPathDirTelvar, Native("/srv/telvar/"));
     EXPECT_EQ(settings.NbDevice, 2);
     EXPECT_EQ(settings.PathAppCallingIni, "/suite/Harbix.ini");
     EXPECT_EQ(settings.RefMO, (Strings{"", "TOUR", "FRAISEUSE"}));

@@ -2,6 +2,8 @@
 // several writers on one file at once. The loads (bench/soak/loads.h) are those of the soak, here
 // with small counts; the soak's third load, bad paths, is covered here by the writers' failure
 // table (tests/app) and the engine's link and blank-line tests.
+// POSIX only: the loads fork and kill their writers (the platform tests race a reader against the
+// Windows replace).
 #ifndef _WIN32
 
 #include <gtest/gtest.h>

@@ -12,32 +12,21 @@
 #include "ini/profile.h"
 #include "machine/MachineConfig.h"
 #include "platform/platform.h"
+#include "support/ScopedEnv.h"
 #include "support/TestSupport.h"
+#include "support/WindowsTestSupport.h"
 #include "translate/translate.h"
 
 namespace kirva::test {
-
-// Sets an environment variable for the life of the object and puts the old value back.
-class ScopedEnv {
-  public:
-    ScopedEnv(const char* name, const std::string& value) : name_(name) {
-        if (const char* old = std::getenv(name)) old_ = old;
-        ::setenv(name, value.c_str(), 1);
-    }
-    ~ScopedEnv() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
-    ScopedEnv(const ScopedEnv&) = delete;
-    ScopedEnv& operator=(const ScopedEnv&) = delete;
-
-  private:
-    const char* name_;
-    std::optional<std::string> old_;
-};
 
 class MachineFixture : public ::testing::Test {
   protected:
     MachineFixture()
         : registry_("KIRVA_REGISTRY", dir / "registry.ini"),
           runtime_("XDG_RUNTIME_DIR", dir.path().string()) {
+#ifdef _WIN32
+        EXPECT_TRUE(registryKeys_.Ready()) << "no registry of the test's own";
+#endif
         ini::ClearCache();
         App() = ProgramState{};
         Remonte() = RemonteState{};
@@ -49,9 +38,15 @@ class MachineFixture : public ::testing::Test {
     }
 
     // The machine's folder, with its separator.
-    std::string MachineDir() const { return (dir.path() / "M1").string() + platform::kPathSeparator; }
-    std::string TelvarPath() const { return MachineDir() + "Telvar.ini"; }
-    void WriteTelvar(const std::string& text) { WriteBytes(TelvarPath(), text); }
+    std::string MachineDir() const {
+        return (dir.path() / "M1").string() + platform::kPathSeparator;
+    }
+    std::string TelvarPath() const {
+        return MachineDir() + "Telvar.ini";
+    }
+    void WriteTelvar(const std::string& text) {
+        WriteBytes(TelvarPath(), text);
+    }
     std::string Value(const std::string& section, const std::string& key, const std::string& path = {}) {
         return ini::GetProfileString(path.empty() ? TelvarPath() : path, section, key, "<missing>");
     }
@@ -67,6 +62,9 @@ class MachineFixture : public ::testing::Test {
 
   private:
     std::string dictionary_ = TK_TRANSLATE::Shared().PathDico();
+#ifdef _WIN32
+    ScratchRegistry registryKeys_; // the registry is the system's: each test gets keys of its own
+#endif
     ScopedEnv registry_;
     ScopedEnv runtime_;
 };

@@ -11,6 +11,8 @@
 namespace kirva {
 namespace {
 
+using test::ComparedPath;
+using test::Native;
 using test::TempDir;
 using test::WriteBytes;
 
@@ -39,7 +41,7 @@ class CatalogueTest : public ::testing::Test {
   protected:
     void SetUp() override { ini::ClearCache(); }
     TempDir dir_;
-    std::string Data() const { return dir_.path().string() + "/"; }
+    std::string Data() const { return Native(dir_.path().string() + "/"); }
 };
 
 TEST(CatalogueCodeList, CountFirstThenThePieces) {
@@ -96,15 +98,16 @@ TEST_F(CatalogueTest, AMissingCatalogueGivesNothing) {
 
 TEST_F(CatalogueTest, InformationFilesByKind) {
     const std::string data = Data();
-    EXPECT_EQ(InformationFilePath(data, 7, "Lathe"), data + "/INFOCN/MO_Lathe.RTF");
+    EXPECT_EQ(InformationFilePath(data, 7, "Lathe"), Native(data + "/INFOCN/MO_Lathe.RTF"));
     EXPECT_TRUE(std::filesystem::is_directory(data + "INFOCN"));
-    EXPECT_EQ(InformationFilePath(data, 6, "12"), data + "/FROMCN/ISO0012.txt");
-    EXPECT_EQ(InformationFilePath(data, 6, "123456"), data + "/FROMCN/ISO123456.txt");
+    EXPECT_EQ(InformationFilePath(data, 6, "12"), Native(data + "/FROMCN/ISO0012.txt"));
+    EXPECT_EQ(InformationFilePath(data, 6, "123456"), Native(data + "/FROMCN/ISO123456.txt"));
     EXPECT_TRUE(std::filesystem::is_directory(data + "FROMCN"));
     EXPECT_EQ(InformationFilePath(data, 5, "x"), "");
 
-    WriteBytes(data + "INFOCN/mo_mill.rtf", "{\\rtf1 x}");
-    EXPECT_EQ(InformationFilePath(data, 7, "Mill"), data + "/INFOCN/mo_mill.rtf");
+    WriteBytes(Native(data + "INFOCN/mo_mill.rtf"), "{\\rtf1 x}");
+    EXPECT_EQ(ComparedPath(InformationFilePath(data, 7, "Mill")),
+              ComparedPath(Native(data + "/INFOCN/mo_mill.rtf")));
 }
 
 TEST(CatalogueRichText, ByUpperCasedExtension) {

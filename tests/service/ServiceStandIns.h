@@ -7,15 +7,18 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
-#include <poll.h>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
-#include "platform/PlatformTestSupport.h"
+#ifndef _WIN32
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+#include "support/ScopedEnv.h"
 #include "support/TempDir.h"
 
 namespace kirva::test {
@@ -41,19 +44,32 @@ for arg in "$@"; do printf '[%s]\n' "$arg"; done
 
 class ServiceStandIns {
   public:
+#ifdef _WIN32
+    static constexpr char kPathListSeparator = ';';
+#else
+    static constexpr char kPathListSeparator = ':';
+#endif
+
     explicit ServiceStandIns(const std::filesystem::path& root)
         : bin_(root / "bin"), programFolder_((root / "exe").string() + "/"),
-          calls_((root / "calls.txt").string()), path_("PATH", bin_.string() + ":" + CurrentPath()),
+          calls_((root / "calls.txt").string()),
+          path_("PATH", bin_.string() + kPathListSeparator + CurrentPath()),
           callsEnv_("KIRVA_TEST_CALLS", calls_) {
         WriteScript((bin_ / "sc").string(), kScStandIn);
         WriteScript(programFolder_ + "instsrv.exe", kInstsrvStandIn);
     }
 
     // Holds instsrv.exe; ends with the separator.
-    const std::string& ProgramFolder() const { return programFolder_; }
+    const std::string& ProgramFolder() const {
+        return programFolder_;
+    }
     // One line per call of a stand-in ("sc \CN12 query Srv A -"); "" when none ran.
-    std::string Calls() const { return ReadBytes(calls_); }
-    std::string CaptureFile() const { return programFolder_ + "Sortie.txt"; }
+    std::string Calls() const {
+        return ReadBytes(calls_);
+    }
+    std::string CaptureFile() const {
+        return programFolder_ + "Sortie.txt";
+    }
 
   private:
     static std::string CurrentPath() {
@@ -72,6 +88,7 @@ class ServiceStandIns {
     ScopedEnv callsEnv_;
 };
 
+#ifndef _WIN32
 // The arguments of the sc calls that run without being waited for (start, stop), one line per
 // call, through a named pipe that is open for reading before any such call, so that the stand-in
 // never waits for a reader and a test knows when it has finished (the line is written after the
@@ -119,5 +136,6 @@ class StartedCommands {
     ScopedEnv env_;
     std::string pending_;
 };
+#endif // named pipes and poll(): POSIX only, like the shell scripts that write to them
 
 } // namespace kirva::test

@@ -1,0 +1,95 @@
+// The Windows side of the core tests' helpers (WindowsTestSupport.h). Built only for Windows.
+#ifdef _WIN32
+
+#include "support/WindowsTestSupport.h"
+
+#include <windows.h>
+
+namespace kirva::test {
+namespace {
+
+constexpr UINT kCallerMessage = 28679;
+constexpr wchar_t kScratchParent[] = L"Software\\Kirva tests";
+
+HKEY CreateUserKey(const std::wstring& path) {
+    HKEY key = nullptr;
+    if (::RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                          KEY_ALL_ACCESS, nullptr, &key, nullptr) != ERROR_SUCCESS)
+        return nullptr;
+    return key;
+}
+
+LRESULT CALLBACK CallerWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == kCallerMessage) {
+        auto* received = reinterpret_cast<std::string*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
+        if (received != nullptr)
+            *received = std::to_string(message) + " " + std::to_string(wParam) + " " + std::to_string(lParam);
+        return 0;
+    }
+    return ::DefWindowProcW(window, message, wParam, lParam);
+}
+
+const wchar_t* CallerWindowClass() {
+    static const wchar_t* const name = [] {
+        WNDCLASSW windowClass{};
+        windowClass.lpfnWndProc = CallerWindowProc;
+        windowClass.hInstance = ::GetModuleHandleW(nullptr);
+        windowClass.lpszClassName = L"KirvaTestCaller";
+        ::RegisterClassW(&windowClass);
+        return L"KirvaTestCaller";
+    }();
+    return name;
+}
+
+} // namespace
+
+ScratchRegistry::ScratchRegistry() {
+    static unsigned serial = 0;
+    base_ = std::wstring(kScratchParent) + L"\\" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
+            std::to_wstring(++serial);
+    HKEY machine = CreateUserKey(base_ + L"\\HKLM");
+    HKEY user = CreateUserKey(base_ + L"\\HKCU");
+    machine_ = machine;
+    user_ = user;
+    ready_ = machine != nullptr && user != nullptr &&
+             ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine) == ERROR_SUCCESS &&
+             ::RegOverridePredefKey(HKEY_CURRENT_USER, user) == ERROR_SUCCESS;
+}
+
+ScratchRegistry::~ScratchRegistry() {
+    ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+    ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
+    if (machine_ != nullptr) ::RegCloseKey(static_cast<HKEY>(machine_));
+    if (user_ != nullptr) ::RegCloseKey(static_cast<HKEY>(user_));
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, base_.c_str());
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, kScratchParent); // only when no other test's key is left
+}
+
+CallerWindow::CallerWindow() {
+    HWND window = ::CreateWindowExW(0, CallerWindowClass(), L"Kirva test caller", WS_OVERLAPPEDWINDOW, 0, 0,
+                                    100, 100, nullptr, nullptr, ::GetModuleHandleW(nullptr), nullptr);
+    if (window != nullptr) ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&received_));
+    window_ = window;
+}
+
+CallerWindow::~CallerWindow() {
+    if (window_ != nullptr) ::DestroyWindow(static_cast<HWND>(window_));
+}
+
+std::int64_t CallerWindow::Handle() const {
+    // Window handles are 32-bit values in every program (a 64-bit one sign-extends them).
+    return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(window_));
+}
+
+std::string CallerWindow::Received() {
+    MSG message;
+    while (::PeekMessageW(&message, static_cast<HWND>(window_), 0, 0, PM_REMOVE))
+        ::DispatchMessageW(&message);
+    std::string got;
+    got.swap(received_);
+    return got;
+}
+
+} // namespace kirva::test
+
+#endif // _WIN32
