@@ -17,6 +17,7 @@
 #include "platform/platform.h"
 #include "platform/posix/internal.h"
 #include "platform/posix/registry_text.h"
+#include "platform/registry_number.h"
 
 #include <cerrno>
 #include <chrono>
@@ -244,7 +245,7 @@ std::optional<std::uint32_t> RegReadDword(RegRoot root, const std::string& keyPa
     auto value = ReadValue(root, keyPath, name);
     if (!value || value->kind == Kind::Binary) return std::nullopt;
     if (value->kind == Kind::Dword) return value->dword;
-    return ParseNumber(value->text);
+    return RegistryNumberFromText(value->text);
 }
 
 std::optional<std::vector<std::uint8_t>> RegReadBinary(RegRoot root, const std::string& keyPath,

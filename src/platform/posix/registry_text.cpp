@@ -407,22 +407,4 @@ bool DeleteValue(Document& document, RegRoot root, const std::string& keyPath, c
     return true;
 }
 
-std::optional<std::uint32_t> ParseNumber(std::string_view text) {
-    text = TrimBlanks(text);
-    int base = 10;
-    if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
-        base = 16;
-        text.remove_prefix(2);
-    }
-    if (text.empty()) return std::nullopt;
-    std::uint64_t number = 0;
-    for (char ch : text) {
-        const int digit = HexDigit(ch);
-        if (digit < 0 || digit >= base) return std::nullopt;
-        number = number * static_cast<std::uint64_t>(base) + static_cast<std::uint64_t>(digit);
-        if (number > 0xFFFFFFFFull) return std::nullopt;
-    }
-    return static_cast<std::uint32_t>(number);
-}
-
 } // namespace kirva::platform::posix::registry

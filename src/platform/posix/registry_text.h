@@ -60,8 +60,6 @@ std::optional<Value> DecodeData(std::string_view data);
 // A value as the data after "=", and a value name as it stands before "=".
 std::string EncodeData(const Value& value);
 std::string EncodeName(const std::string& name);
-// A number written as a string value: decimal, or "0x" and hex digits; nullopt beyond 32 bits.
-std::optional<std::uint32_t> ParseNumber(std::string_view text);
 
 // Lines end at LF (a CR before it belongs to the line end); a byte-order mark is skipped on the
 // file's first line only.

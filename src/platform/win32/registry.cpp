@@ -7,6 +7,7 @@
 // build. Keys that the system shares between the views (the services, HKEY_CURRENT_USER\Control
 // Panel) are the same in both, and on 32-bit Windows the flag changes nothing.
 #include "platform/platform.h"
+#include "platform/registry_number.h"
 #include "platform/win32/internal.h"
 
 #include <cstring>
@@ -105,40 +106,6 @@ bool IsDword(const RawValue& value) {
     return value.type == REG_DWORD && value.bytes.size() >= sizeof(std::uint32_t);
 }
 
-bool IsBlank(char ch) {
-    return ch == ' ' || ch == '\t';
-}
-
-// A number written as a string value: decimal, or "0x" and hex digits, blanks around it allowed;
-// nullopt for anything else and beyond 32 bits.
-std::optional<std::uint32_t> ParseNumber(const std::string& text) {
-    std::size_t begin = 0;
-    std::size_t end = text.size();
-    while (begin < end && IsBlank(text[begin])) ++begin;
-    while (end > begin && IsBlank(text[end - 1])) --end;
-    unsigned base = 10;
-    if (end - begin > 2 && text[begin] == '0' && (text[begin + 1] == 'x' || text[begin + 1] == 'X')) {
-        base = 16;
-        begin += 2;
-    }
-    if (begin == end) return std::nullopt;
-    std::uint64_t number = 0;
-    for (std::size_t i = begin; i < end; ++i) {
-        const char ch = text[i];
-        unsigned digit = 16;
-        if (ch >= '0' && ch <= '9')
-            digit = static_cast<unsigned>(ch - '0');
-        else if (ch >= 'a' && ch <= 'f')
-            digit = static_cast<unsigned>(ch - 'a' + 10);
-        else if (ch >= 'A' && ch <= 'F')
-            digit = static_cast<unsigned>(ch - 'A' + 10);
-        if (digit >= base) return std::nullopt;
-        number = number * base + digit;
-        if (number > 0xFFFFFFFFull) return std::nullopt;
-    }
-    return static_cast<std::uint32_t>(number);
-}
-
 // Opens the key for writing, creating it (and the keys above it) when missing, and sets the value.
 bool WriteRaw(RegRoot root, const std::string& keyPath, const std::string& name, DWORD type, const void* data,
               std::size_t size) {
@@ -171,7 +138,7 @@ std::optional<std::uint32_t> RegReadDword(RegRoot root, const std::string& keyPa
         const auto value = ReadRaw(root, keyPath, name);
         if (!value) return std::nullopt;
         if (IsDword(*value)) return DwordOf(*value);
-        if (IsString(*value)) return ParseNumber(StringOf(*value));
+        if (IsString(*value)) return RegistryNumberFromText(StringOf(*value));
         return std::nullopt;
     } catch (const std::exception&) {
         return std::nullopt;
