@@ -1,8 +1,11 @@
 // Stand-ins for `sc` (first on PATH) and instsrv.exe (in a program folder) that print what they
 // received, one argument per line between brackets, and note each call in a calls file.
 //
-// The commands run through /bin/sh, which reads "\\CN12" as "\CN12": the stand-in of
-// `sc \\CN12 query "Srv A"` receives \CN12, query, Srv A and the stray "-" of " -> ".
+// On POSIX they are shell scripts and the commands run through /bin/sh, which reads "\\CN12" as
+// "\CN12": the stand-in of `sc \\CN12 query "Srv A"` receives \CN12, query, Srv A and the stray
+// "-" of " -> ". On Windows they are copies of one program (tests/service/standin/service_standin.cpp)
+// and the commands run through cmd, which keeps "\\CN12": the C run-time of the stand-in splits
+// the rest (\\CN12, query, Srv A, -), and its text-mode output ends each line with CR LF.
 #pragma once
 
 #include <chrono>
@@ -11,7 +14,12 @@
 #include <string>
 #include <utility>
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <thread>
+
+#include <windows.h>
+#undef StartService // <windows.h> would rename TK_SERVICE::StartService in the tests
+#else
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -46,17 +54,25 @@ class ServiceStandIns {
   public:
 #ifdef _WIN32
     static constexpr char kPathListSeparator = ';';
+    static constexpr char kSeparator = '\\';
 #else
+    static constexpr char kSeparator = '/';
     static constexpr char kPathListSeparator = ':';
 #endif
 
     explicit ServiceStandIns(const std::filesystem::path& root)
-        : bin_(root / "bin"), programFolder_((root / "exe").string() + "/"),
+        : bin_(root / "bin"), programFolder_((root / "exe").string() + kSeparator),
           calls_((root / "calls.txt").string()),
           path_("PATH", bin_.string() + kPathListSeparator + CurrentPath()),
           callsEnv_("KIRVA_TEST_CALLS", calls_) {
+#ifdef _WIN32
+        // cmd looks in the current folder, then along PATH in order: bin's sc.exe comes first.
+        CopyStandIn(bin_ / "sc.exe");
+        CopyStandIn(programFolder_ + "instsrv.exe");
+#else
         WriteScript((bin_ / "sc").string(), kScStandIn);
         WriteScript(programFolder_ + "instsrv.exe", kInstsrvStandIn);
+#endif
     }
 
     // Holds instsrv.exe; ends with the separator.
@@ -76,6 +92,17 @@ class ServiceStandIns {
         const char* path = std::getenv("PATH");
         return path != nullptr ? path : "/usr/bin:/bin";
     }
+#ifdef _WIN32
+    // The stand-in program is built beside the test program.
+    static void CopyStandIn(const std::filesystem::path& to) {
+        wchar_t self[MAX_PATH] = {};
+        const DWORD length = ::GetModuleFileNameW(nullptr, self, MAX_PATH);
+        if (length == 0 || length >= MAX_PATH) return; // the tests then see no stand-in
+        std::filesystem::create_directories(to.parent_path());
+        std::filesystem::copy_file(std::filesystem::path(self).parent_path() / KIRVA_SERVICE_STANDIN, to,
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
+#endif
     static void WriteScript(const std::string& path, const char* text) {
         WriteBytes(path, text);
         std::filesystem::permissions(path, std::filesystem::perms::owner_all);
@@ -136,6 +163,42 @@ class StartedCommands {
     ScopedEnv env_;
     std::string pending_;
 };
-#endif // named pipes and poll(): POSIX only, like the shell scripts that write to them
+#else
+// The arguments of the sc calls that run without being waited for (start, stop), one line per
+// call, appended by the stand-in to a file that SC_STARTED names (after it noted the call in the
+// calls file). No handle of such a process is at hand: Next() looks at the file until the line
+// is complete, for 20 s at most.
+class StartedCommands {
+  public:
+    explicit StartedCommands(const std::filesystem::path& root)
+        : file_((root / "sc-started.txt").string()), env_("SC_STARTED", file_) {}
+
+    bool Ready() const { return true; }
+    // The next call's line (with its line end); what came so far when none completes in 20 s.
+    std::string Next() {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        for (;;) {
+            const std::string text = ReadBytes(file_);
+            const std::size_t end = text.find('\n', read_);
+            if (end != std::string::npos) {
+                std::string line = text.substr(read_, end + 1 - read_);
+                read_ = end + 1;
+                return line;
+            }
+            if (std::chrono::steady_clock::now() >= deadline) {
+                std::string rest = text.size() > read_ ? text.substr(read_) : std::string();
+                read_ = text.size();
+                return rest;
+            }
+            std::this_thread::yield();
+        }
+    }
+
+  private:
+    std::string file_;
+    ScopedEnv env_;
+    std::size_t read_ = 0;
+};
+#endif
 
 } // namespace kirva::test

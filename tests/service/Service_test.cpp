@@ -15,6 +15,13 @@
 #include "support/TestSupport.h"
 #include "translate/translate.h"
 
+#ifdef _WIN32
+#include "support/WindowsTestSupport.h"
+
+#include <windows.h>
+#undef StartService // <windows.h> would rename TK_SERVICE::StartService
+#endif
+
 namespace kirva {
 namespace {
 
@@ -28,12 +35,53 @@ const std::string kServiceKey = "\\SYSTEM\\CurrentControlSet\\Services\\Srv A";
 const std::string kRefused =
     "Le nom du service doit être renseigné, sans aucun des caractères \\ / \" $ ` %.\r\n";
 
-#ifndef _WIN32 // the shell-script stand-ins (below) run on POSIX only
-// What the sc stand-in prints for `sc \\<host> <verb> "Srv A"` (sh has made "\\" one "\").
+// What the stand-ins receive and print, per system (see ServiceStandIns.h): sh makes the "\\\\"
+// of a command one "\\" and the scripts end their lines with LF; cmd keeps "\\\\" and the
+// stand-in program ends its printed lines with CR LF. The calls file has LF on both.
+#ifdef _WIN32
+constexpr const char* kHostPrefix = "\\\\";
+constexpr const char* kPrintedEnd = "\r\n";
+#else
+constexpr const char* kHostPrefix = "\\";
+constexpr const char* kPrintedEnd = "\n";
+#endif
+
+// What a stand-in prints: its first line, then each argument between brackets.
+std::string Printed(const std::string& first, const std::vector<std::string>& arguments) {
+    std::string text = first + kPrintedEnd;
+    for (const std::string& argument : arguments) text += "[" + argument + "]" + kPrintedEnd;
+    return text;
+}
+// What the sc stand-in prints for `sc \\\\<host> <verb> "Srv A" -> <capture>`.
 std::string ScPrinted(const std::string& host, const std::string& verb) {
-    return "[SC] stand-in\n[\\" + host + "]\n[" + verb + "]\n[Srv A]\n[-]\n";
+    return Printed("[SC] stand-in", {kHostPrefix + host, verb, "Srv A", "-"});
+}
+// The line of the calls file for the same command.
+std::string ScCall(const std::string& host, const std::string& verb) {
+    return "sc " + std::string(kHostPrefix) + host + " " + verb + " Srv A -\n";
+}
+
+#ifdef _WIN32
+// The type of a registry value (REG_SZ, REG_EXPAND_SZ, ...); REG_NONE when it cannot be read.
+DWORD RegistryType(HKEY root, const std::string& key, const std::string& name) {
+    const std::wstring wideKey(key.begin() + 1, key.end()), wideName(name.begin(), name.end()); // ASCII
+    DWORD type = REG_NONE;
+    if (::RegGetValueW(root, wideKey.c_str(), wideName.c_str(), RRF_RT_ANY | RRF_NOEXPAND, &type, nullptr,
+                       nullptr) != ERROR_SUCCESS)
+        return REG_NONE;
+    return type;
 }
 #endif
+
+// Whether the service's key exists (the operations other than install never write it).
+bool ServiceKeyWritten([[maybe_unused]] const test::TempDir& dir) {
+#ifdef _WIN32
+    return RegistryType(HKEY_LOCAL_MACHINE, kServiceKey, "ImagePath") != REG_NONE;
+#else
+    std::error_code ec;
+    return fs::exists(dir / "registry.ini", ec);
+#endif
+}
 
 bool Exists(const std::string& path) {
     std::error_code ec;
@@ -57,6 +105,9 @@ class Service : public ::testing::Test {
     void ForgetCalls() { fs::remove(dir / "calls.txt"); }
 
     std::string dictionary_ = TK_TRANSLATE::Shared().PathDico();
+#ifdef _WIN32
+    test::ScratchRegistry scratchRegistry; // the service keys go to a key of the test's own
+#endif
     test::TempDir dir;
     ScopedEnv registry{"KIRVA_REGISTRY", dir / "registry.ini"};
     test::ServiceStandIns standIns{dir.path()};
@@ -67,10 +118,6 @@ class Service : public ::testing::Test {
 
 using Operation = std::function<std::string(const TK_SERVICE::ServiceContext&, const std::string&)>;
 
-#ifndef _WIN32
-// The stand-ins of sc and instsrv.exe are shell scripts, and the logs expected below are what
-// /bin/sh makes of the command texts (its quoting and "\\"). Windows runs the commands through
-// cmd, where no such stand-in can take the place of the system's own sc.exe.
 TEST_F(Service, QueryAndDeleteLogTheCommandAndWhatScPrinted) {
     struct Case {
         const char* verb;
@@ -88,11 +135,11 @@ TEST_F(Service, QueryAndDeleteLogTheCommandAndWhatScPrinted) {
         ForgetCalls();
         const std::string command = std::string("sc \\\\CN12 ") + c.verb + " \"Srv A\"";
         EXPECT_EQ(c.run(context, "Srv A"), command + "\r\n" + ScPrinted("CN12", c.verb));
-        EXPECT_EQ(Calls(), std::string("sc \\CN12 ") + c.verb + " Srv A -\n");
+        EXPECT_EQ(Calls(), ScCall("CN12", c.verb));
         EXPECT_EQ(ReadBytes(TelvarPath()), c.telvarAfter);
         EXPECT_FALSE(Exists(standIns.CaptureFile()));
     }
-    EXPECT_FALSE(Exists(dir / "registry.ini"));
+    EXPECT_FALSE(ServiceKeyWritten(dir));
     EXPECT_TRUE(messages.entries.empty());
 }
 
@@ -104,7 +151,7 @@ TEST_F(Service, InstallRunsInstsrvThenWritesTheServiceKeysAndTheFlag) {
     const std::string log = TK_SERVICE::InstallService(context, "Srv A", server);
 
     const std::string command = exe + "instsrv.exe \"Srv A\" \"" + server + "\"";
-    EXPECT_EQ(log, command + "\r\nThe service was successfully added!\n[Srv A]\n[" + server + "]\n[-]\n");
+    EXPECT_EQ(log, command + "\r\n" + Printed("The service was successfully added!", {"Srv A", server, "-"}));
     EXPECT_EQ(Calls(), "instsrv Srv A " + server + " -\n");
     EXPECT_FALSE(Exists(standIns.CaptureFile()));
     EXPECT_EQ(ReadBytes(TelvarPath()), "[TELVAR]\r\nHostName=CN12\r\nService=1\r\n");
@@ -121,6 +168,13 @@ TEST_F(Service, InstallRunsInstsrvThenWritesTheServiceKeysAndTheFlag) {
                                                    1, 0, 0, 0,     96, 234, 0, 0};
     // clang-format on
     EXPECT_EQ(platform::RegReadBinary(lm, kServiceKey, "FailureActions"), failureActions);
+#ifdef _WIN32
+    // ImagePath as an expandable string, the others as plain strings and bytes.
+    EXPECT_EQ(RegistryType(HKEY_LOCAL_MACHINE, kServiceKey, "ImagePath"), DWORD{REG_EXPAND_SZ});
+    EXPECT_EQ(RegistryType(HKEY_LOCAL_MACHINE, kServiceKey, "Description"), DWORD{REG_SZ});
+    EXPECT_EQ(RegistryType(HKEY_LOCAL_MACHINE, kServiceKey + "\\Parameters", "Application"), DWORD{REG_SZ});
+    EXPECT_EQ(RegistryType(HKEY_LOCAL_MACHINE, kServiceKey, "FailureActions"), DWORD{REG_BINARY});
+#else
     // The registry file as the other programs of the suite read it: ImagePath as an expandable string.
     EXPECT_EQ(ReadBytes(dir / "registry.ini"),
               "[HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Srv A]\n"
@@ -133,6 +187,7 @@ TEST_F(Service, InstallRunsInstsrvThenWritesTheServiceKeysAndTheFlag) {
                   "[HKEY_LOCAL_MACHINE\\SYSTEM\\CurrentControlSet\\Services\\Srv A\\Parameters]\n"
                   "Application=\"" +
                   server + "\"\n");
+#endif
 }
 
 TEST_F(Service, StartAndStopRunScWithoutWaitingThenQuery) {
@@ -148,7 +203,7 @@ TEST_F(Service, StartAndStopRunScWithoutWaitingThenQuery) {
         EXPECT_EQ(c.run(context, "Srv A"), std::string("sc \\\\CN12 ") + c.verb + " \"Srv A\"\r\n" +
                                                "sc \\\\CN12 query \"Srv A\"\r\n" +
                                                ScPrinted("CN12", "query"));
-        EXPECT_EQ(started.Next(), std::string("\\CN12 ") + c.verb + " Srv A\n");
+        EXPECT_EQ(started.Next(), kHostPrefix + std::string("CN12 ") + c.verb + " Srv A\n");
         EXPECT_FALSE(Exists(standIns.CaptureFile()));
     }
     EXPECT_EQ(ReadBytes(TelvarPath()), kTelvar);
@@ -164,7 +219,7 @@ TEST_F(Service, HostIsReadFromTelvarIniAtEachCall) {
     WriteBytes(TelvarPath(), "[TELVAR]\r\nPortListen=4000\r\n");
     EXPECT_EQ(TK_SERVICE::QueryService(context, "Srv A"),
               "sc \\\\ query \"Srv A\"\r\n" + ScPrinted("", "query"));
-    EXPECT_EQ(Calls(), "sc \\CN12 query Srv A -\nsc \\atelier-7 query Srv A -\nsc \\ query Srv A -\n");
+    EXPECT_EQ(Calls(), ScCall("CN12", "query") + ScCall("atelier-7", "query") + ScCall("", "query"));
 }
 
 TEST_F(Service, CaptureFileIsGoneAfterEveryCommand) {
@@ -182,11 +237,19 @@ TEST_F(Service, CaptureFileIsGoneAfterEveryCommand) {
     };
     const auto removeFolder = [](const std::string& capture) { fs::remove(fs::path(capture).parent_path()); };
     const std::string exe = standIns.ProgramFolder();
+#ifdef _WIN32
+    const std::string failing = "set SC_EXIT=5&& sc \\\\CN12 query \"Srv A\"";
+    const std::string silent = "set KIRVA_SILENT=1";
+    const std::string unknown = "kirva-no-such-program /x 2>nul";
+#else
+    const std::string failing = "SC_EXIT=5 sc \\\\CN12 query \"Srv A\"";
+    const std::string silent = "true";
+    const std::string unknown = "kirva-no-such-program /x 2>/dev/null";
+#endif
     const Case cases[] = {
-        {"failing command", exe, nothing, "SC_EXIT=5 sc \\\\CN12 query \"Srv A\"",
-         ScPrinted("CN12", "query")},
-        {"nothing printed", exe, nothing, "true", ""},
-        {"unknown program", exe, nothing, "kirva-no-such-program /x 2>/dev/null", ""},
+        {"failing command", exe, nothing, failing, ScPrinted("CN12", "query")},
+        {"nothing printed", exe, nothing, silent, ""},
+        {"unknown program", exe, nothing, unknown, ""},
         {"read-only file of an earlier run", exe, leftover, "sc \\\\CN12 query \"Srv A\"",
          ScPrinted("CN12", "query")},
         {"blank in the program folder", dir / "Program Files/", nothing, "sc \\\\CN12 query \"Srv A\"",
@@ -203,7 +266,7 @@ TEST_F(Service, CaptureFileIsGoneAfterEveryCommand) {
         EXPECT_EQ(TK_SERVICE::RunCommand({c.programFolder, machineFolder}, c.command), c.output);
         EXPECT_FALSE(Exists(capture));
     }
-    EXPECT_EQ(Calls(), "sc \\CN12 query Srv A -\nsc \\CN12 query Srv A -\nsc \\CN12 query Srv A -\n");
+    EXPECT_EQ(Calls(), ScCall("CN12", "query") + ScCall("CN12", "query") + ScCall("CN12", "query"));
 }
 
 TEST_F(Service, ServiceFlagThatDidNotReachTheDiskIsSaid) {
@@ -212,8 +275,9 @@ TEST_F(Service, ServiceFlagThatDidNotReachTheDiskIsSaid) {
     fs::create_directories(blocked + "Telvar.ini");
     const std::string install =
         TK_SERVICE::InstallService({standIns.ProgramFolder(), blocked}, "Srv A", "/srv/telvar.exe");
-    EXPECT_TRUE(install.ends_with("[-]\nLa clé Service (1) n'a pas pu être écrite dans le fichier " +
-                                  blocked + "Telvar.ini.\r\n"))
+    EXPECT_TRUE(install.ends_with("[-]" + std::string(kPrintedEnd) +
+                                  "La clé Service (1) n'a pas pu être écrite dans le fichier " + blocked +
+                                  "Telvar.ini.\r\n"))
         << install;
     EXPECT_EQ(TK_SERVICE::DeleteService({standIns.ProgramFolder(), blocked}, "Srv A"),
               "sc \\\\ delete \"Srv A\"\r\n" + ScPrinted("", "delete") +
@@ -224,8 +288,6 @@ TEST_F(Service, ServiceFlagThatDidNotReachTheDiskIsSaid) {
                   "La clé Service (0) n'a pas été écrite : le dossier de la machine n'est pas connu.\r\n");
     EXPECT_FALSE(Exists("Telvar.ini"));
 }
-
-#endif // the shell-script stand-ins
 
 TEST_F(Service, NameThatCannotBeAServiceRunsNothing) {
     const Operation operations[] = {[](const TK_SERVICE::ServiceContext& c, const std::string& n) {
@@ -242,7 +304,7 @@ TEST_F(Service, NameThatCannotBeAServiceRunsNothing) {
     for (const std::string name : {"Srv A", "TelvarTOUR1", "Telvar-é_2"})
         EXPECT_TRUE(TK_SERVICE::ValidServiceName(name));
     EXPECT_EQ(Calls(), "");
-    EXPECT_FALSE(Exists(dir / "registry.ini"));
+    EXPECT_FALSE(ServiceKeyWritten(dir));
     EXPECT_EQ(ReadBytes(TelvarPath()), kTelvar);
 }
 
