@@ -5,6 +5,7 @@
 #include "app/MessageTexts.h"
 #include "ini/clsIniVar.h"
 #include "ini/helpers.h"
+#include "ini/profile.h"
 #include "translate/messages.h"
 
 namespace kirva {
@@ -62,6 +63,7 @@ bool ReadProgramSettings(const std::string& path, ProgramSettings& settings) {
         return false;
     }
 
+    ini::ReadScope scope; // one version of the file, compared with the disk once, for every key
     ProgramSettings read;
     if (!ReadInteger(path, "KIRVA", "Mode", read.Mode)) return false;
     if (!ReadInteger(path, "KIRVA", "AppCalling", read.AppCalling)) return false;
