@@ -6,6 +6,7 @@
 // new content goes to a temporary file in the same folder, flushed to disk and renamed over the
 // file. A writer that waited for the lock checks that the path still names the file it locked,
 // and otherwise starts again on the new file.
+#include "platform/name_rules.h"
 #include "platform/platform.h"
 #include "platform/posix/internal.h"
 
@@ -154,18 +155,7 @@ bool ResolveLinks(const std::string& path, std::string& target) {
 // Temporary files are named ".<file name>.<process id>-<counter>.tmp" beside the file, so that
 // one left by a killed writer is recognised (and removed later, see RemoveStaleTemporaries).
 bool IsTemporaryOf(std::string_view entry, std::string_view name) {
-    const std::string_view suffix = ".tmp";
-    if (entry.size() <= name.size() + 2 + suffix.size() || entry[0] != '.' ||
-        entry.substr(1, name.size()) != name || entry[1 + name.size()] != '.' ||
-        entry.substr(entry.size() - suffix.size()) != suffix)
-        return false;
-    const std::string_view tag =
-        entry.substr(name.size() + 2, entry.size() - name.size() - 2 - suffix.size());
-    const std::size_t dash = tag.find('-');
-    const auto digits = [](std::string_view text) {
-        return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
-    };
-    return dash != std::string_view::npos && digits(tag.substr(0, dash)) && digits(tag.substr(dash + 1));
+    return platform::IsTemporaryOf(entry, name, std::equal_to<std::string_view>());
 }
 
 // A temporary file beside `path`, created exclusively, never through a link, readable and
@@ -175,8 +165,8 @@ int CreateTemporaryBeside(const std::string& path, std::string& temporary) {
     const std::string folder = FolderOf(path);
     const std::string name = NameOf(path);
     for (int attempt = 0; attempt < kMaxTemporaryNames; ++attempt) {
-        temporary = folder + "/." + name + "." + std::to_string(::getpid()) + "-" +
-                    std::to_string(counter++) + ".tmp";
+        temporary =
+            folder + "/" + TemporaryName<char>(name, static_cast<unsigned long>(::getpid()), counter++);
         const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                               S_IRUSR | S_IWUSR);
         if (fd >= 0 || errno != EEXIST) return fd;

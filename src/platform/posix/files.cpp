@@ -1,4 +1,5 @@
 // File look-up without regard to case, as Windows finds "Telvar.exe" when it is "telvar.exe".
+#include "platform/name_rules.h"
 #include "platform/platform.h"
 #include "platform/posix/internal.h"
 
@@ -43,36 +44,18 @@ std::optional<std::string> MatchInFolder(const std::string& folder, const std::s
     return best;
 }
 
-// Whether name holds, from index `from` on, another part than "" and ".".
-bool MorePartsAfter(const std::string& name, std::size_t from) {
-    while (from < name.size()) {
-        std::size_t end = name.find('/', from);
-        if (end == std::string::npos) end = name.size();
-        const std::string_view part = std::string_view(name).substr(from, end - from);
-        if (!part.empty() && part != ".") return true;
-        from = end + 1;
-    }
-    return false;
-}
-
 } // namespace
 
 std::optional<std::string> FindFileNoCase(const std::string& folder, const std::string& name) {
     try {
         // A name with folders in it ("Lng/FR.lng") is looked up one part after the other.
+        const std::vector<std::string> parts = NameParts(name, "/");
         std::string current = folder;
-        bool any = false;
-        std::size_t start = 0;
-        while (start <= name.size()) {
-            std::size_t end = name.find('/', start);
-            if (end == std::string::npos) end = name.size();
-            const std::string part = name.substr(start, end - start);
-            start = end + 1;
-            if (part.empty() || part == ".") continue;
-            any = true;
+        for (std::size_t i = 0; i < parts.size(); ++i) {
+            const std::string& part = parts[i];
             // Every part but the last is a folder; the last is a regular file (a folder, a device
             // or a FIFO of that name is not the file looked for).
-            const bool wantFolder = MorePartsAfter(name, start);
+            const bool wantFolder = i + 1 < parts.size();
             if (HasType(Join(current, part), wantFolder)) {
                 current = Join(current, part);
                 continue;
@@ -81,7 +64,7 @@ std::optional<std::string> FindFileNoCase(const std::string& folder, const std::
             if (!match) return std::nullopt;
             current = Join(current, *match);
         }
-        if (!any) return std::nullopt;
+        if (parts.empty()) return std::nullopt;
         return current;
     } catch (const std::exception&) {
         return std::nullopt;

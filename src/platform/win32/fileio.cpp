@@ -10,6 +10,7 @@
 // (MoveFileExW, or ReplaceFileW where the system refuses to rename over an open file; a new file
 // is only created when nobody created it meanwhile). A writer that waited for the lock checks that the path
 // still names the file it locked, and otherwise starts again on the new file.
+#include "platform/name_rules.h"
 #include "platform/platform.h"
 #include "platform/win32/internal.h"
 
@@ -267,23 +268,11 @@ namespace win32 {
 // Temporary files are named ".<file name>.<process id>-<counter>.tmp" beside the file, so that
 // one left by a killed writer is recognised (and removed later, see RemoveStaleTemporaries).
 bool IsTemporaryOf(std::wstring_view entry, std::wstring_view name) {
-    const std::wstring_view suffix = L".tmp";
-    if (entry.size() <= name.size() + 2 + suffix.size() || entry[0] != L'.' || entry[1 + name.size()] != L'.')
-        return false;
-    const std::wstring_view entryName = entry.substr(1, name.size());
-    const std::wstring_view entrySuffix = entry.substr(entry.size() - suffix.size());
-    if (::CompareStringOrdinal(entryName.data(), static_cast<int>(entryName.size()), name.data(),
-                               static_cast<int>(name.size()), TRUE) != CSTR_EQUAL ||
-        ::CompareStringOrdinal(entrySuffix.data(), static_cast<int>(entrySuffix.size()), suffix.data(),
-                               static_cast<int>(suffix.size()), TRUE) != CSTR_EQUAL)
-        return false;
-    const std::wstring_view tag =
-        entry.substr(name.size() + 2, entry.size() - name.size() - 2 - suffix.size());
-    const std::size_t dash = tag.find(L'-');
-    const auto digits = [](std::wstring_view text) {
-        return !text.empty() && text.find_first_not_of(L"0123456789") == std::wstring_view::npos;
-    };
-    return dash != std::wstring_view::npos && digits(tag.substr(0, dash)) && digits(tag.substr(dash + 1));
+    // File names compare without regard to case.
+    return platform::IsTemporaryOf(entry, name, [](std::wstring_view a, std::wstring_view b) {
+        return ::CompareStringOrdinal(a.data(), static_cast<int>(a.size()), b.data(),
+                                      static_cast<int>(b.size()), TRUE) == CSTR_EQUAL;
+    });
 }
 
 HANDLE CreateTemporaryBeside(const std::wstring& path, std::wstring& temporary,
@@ -296,8 +285,7 @@ HANDLE CreateTemporaryBeside(const std::wstring& path, std::wstring& temporary,
     attributes.lpSecurityDescriptor = security;
     attributes.bInheritHandle = FALSE;
     for (int attempt = 0; attempt < kMaxTemporaryNames; ++attempt) {
-        temporary = InFolder(folder, L"." + name + L"." + std::to_wstring(::GetCurrentProcessId()) + L"-" +
-                                         std::to_wstring(counter++) + L".tmp");
+        temporary = InFolder(folder, TemporaryName<wchar_t>(name, ::GetCurrentProcessId(), counter++));
         // Shared with nobody: no other program opens it before it is complete.
         HANDLE handle = ::CreateFileW(temporary.c_str(), GENERIC_WRITE | READ_CONTROL | WRITE_DAC, 0,
                                       security != nullptr ? &attributes : nullptr, CREATE_NEW,

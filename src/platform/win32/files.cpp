@@ -1,4 +1,5 @@
 // File look-up with the spelling found on disk, the executable folder and the command line.
+#include "platform/name_rules.h"
 #include "platform/platform.h"
 #include "platform/win32/internal.h"
 
@@ -9,10 +10,6 @@
 namespace kirva::platform {
 
 namespace {
-
-bool IsSeparator(char c) {
-    return c == '\\' || c == '/';
-}
 
 std::wstring Join(const std::wstring& folder, const std::wstring& name) {
     if (folder.empty()) return name;
@@ -34,39 +31,20 @@ std::optional<std::wstring> EntryOnDisk(const std::wstring& folder, const std::w
     return std::wstring(entry.cFileName);
 }
 
-// Whether name holds, from index `from` on, another part than "" and ".".
-bool MorePartsAfter(const std::string& name, std::size_t from) {
-    while (from < name.size()) {
-        std::size_t end = from;
-        while (end < name.size() && !IsSeparator(name[end])) ++end;
-        const std::string_view part = std::string_view(name).substr(from, end - from);
-        if (!part.empty() && part != ".") return true;
-        from = end + 1;
-    }
-    return false;
-}
-
 } // namespace
 
 std::optional<std::string> FindFileNoCase(const std::string& folder, const std::string& name) {
     try {
         // File names compare without regard to case here: each part of the name ("Lng\FR.lng")
         // is looked up in turn and named as it is spelled on disk.
+        const std::vector<std::string> parts = NameParts(name, "\\/");
         std::wstring current = win32::Widen(folder);
-        bool any = false;
-        std::size_t start = 0;
-        while (start <= name.size()) {
-            std::size_t end = start;
-            while (end < name.size() && !IsSeparator(name[end])) ++end;
-            const std::string part = name.substr(start, end - start);
-            start = end + 1;
-            if (part.empty() || part == ".") continue;
-            any = true;
+        for (std::size_t i = 0; i < parts.size(); ++i) {
             // Every part but the last is a folder; the last is a file (a folder of that name is
             // not the file looked for).
-            const bool wantFolder = MorePartsAfter(name, start);
-            const std::wstring widePart = win32::Widen(part);
-            if (part == "..") {
+            const bool wantFolder = i + 1 < parts.size();
+            const std::wstring widePart = win32::Widen(parts[i]);
+            if (parts[i] == "..") {
                 const DWORD attributes = ::GetFileAttributesW(Join(current, widePart).c_str());
                 if (!wantFolder || attributes == INVALID_FILE_ATTRIBUTES ||
                     (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
@@ -78,7 +56,7 @@ std::optional<std::string> FindFileNoCase(const std::string& folder, const std::
             if (!found) return std::nullopt;
             current = Join(current, *found);
         }
-        if (!any) return std::nullopt;
+        if (parts.empty()) return std::nullopt;
         return win32::Narrow(current);
     } catch (const std::exception&) {
         return std::nullopt;
