@@ -96,10 +96,6 @@ std::string ExistingPath(const std::string& path, bool* exists = nullptr) {
     return found.value_or(path);
 }
 
-void ShowFileProblem(const char* text, const std::string& path) {
-    Messages().Show(TK_TRANSLATE::TranslateText(text, kDicoSection) + path, IconWarning, MsgButtons::Ok);
-}
-
 bool ReadEntryKeys(int mode, const std::string& path, std::int32_t number, MachineConfig& machine) {
     const EntryFormat format = FormatFor(mode, number);
     clsIniVar ini;
@@ -269,6 +265,10 @@ bool NotifyCaller(int mode, int appCalling) {
     const std::int64_t handle = CallerWindowHandle(mode);
     if (handle <= 0 || !platform::WindowExists(handle)) return false;
     return platform::PostWindowMessage(handle, kMachineChangedMessage, *code, 0);
+}
+
+void ShowFileProblem(const char* text, const std::string& path) {
+    Messages().Show(TK_TRANSLATE::TranslateText(text, kDicoSection) + path, IconWarning, MsgButtons::Ok);
 }
 
 } // namespace kirva

@@ -22,6 +22,10 @@ inline constexpr const char* kHarbixIniMissing = "Le fichier Harbix.ini est intr
 inline constexpr const char* kCallerFileReadFailed = "Problème durant la lecture du fichier ";
 inline constexpr const char* kCallerFileWriteFailed = "Problème durant l'écriture du fichier ";
 
+// Shows text (translated) followed by the file's path, with the warning icon: how a read or
+// write that failed is named (kCallerFileReadFailed, kCallerFileWriteFailed).
+void ShowFileProblem(const char* text, const std::string& path);
+
 // Registry keys (HKEY_LOCAL_MACHINE) where each calling program publishes "AppHwnd".
 inline constexpr const char* kKalderonRegistryKey = "SOFTWARE\\MAROVEX\\TALM\\KALDERON";
 inline constexpr const char* kHarbixRegistryKey = "SOFTWARE\\MAROVEX\\TALM\\HARBIX";

@@ -99,11 +99,6 @@ bool IsEmptyField(QWidget* w) {
     return false;
 }
 
-void ReportListNotSaved(const std::string& path) {
-    Messages().Show(TK_TRANSLATE::TranslateText(kCallerFileWriteFailed, kDicoSection) + path, IconWarning,
-                    MsgButtons::Ok);
-}
-
 } // namespace
 
 // ====================================================================== wiring
@@ -200,7 +195,7 @@ bool frmKirva::Apply() {
         const std::pair<bool, const std::string*> results[] = {
             {isoInsert_->Save(), &iso}, {plans_->Save(), &telvar}, {channels_->Save(), &telvar}};
         for (const auto& [ok, path] : results) {
-            if (!ok) ReportListNotSaved(*path);
+            if (!ok) ShowFileProblem(kCallerFileWriteFailed, *path);
             saved = saved && ok;
         }
         return saved;
