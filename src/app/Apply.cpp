@@ -60,7 +60,7 @@ ApplyOutcome ApplyMachine(ProgramState& state, MachineConfig& machine, RemonteSt
         // 3. The program manager's new machine gets its server running and its lists.
         if (settings.Mode == kModeProgramManager) {
             if (state.ServerFolderCreated && settings.AppCalling == kAppCallingNew && actions.StartServer) {
-                outcome.ServerStarted = actions.StartServer();
+                actions.StartServer();
             }
             if (actions.SaveLists && !machine.MachineDir.empty()) {
                 const std::string telvar = TelvarIniPathIn(machine.MachineDir);

@@ -29,15 +29,14 @@ struct ApplyActions {
     // Saves the three lists (ISO insertions into isoPath, plans and channels into telvarPath).
     // True when the three reached the disk.
     std::function<bool(const std::string& isoPath, const std::string& telvarPath)> SaveLists;
-    // Starts the communication server of the machine (the "&Executer" command); true when it started.
-    std::function<bool()> StartServer;
+    // Starts the communication server of the machine (the "&Executer" command, which reports a failure).
+    std::function<void()> StartServer;
 };
 
 // What an apply wrote. Each writer that failed has shown its own message.
 struct ApplyOutcome {
     bool Registered = false;    // the caller's file holds the machine (and a new machine's count)
     bool TelvarWritten = false; // Telvar.ini reached the disk
-    bool ServerStarted = false; // the server of a new machine was started
     bool ListsSaved = false;    // the three lists reached the disk (program manager only)
     bool Notified = false;      // the calling program was sent its message
 };

@@ -33,6 +33,19 @@ std::string Quoted(const std::string& text) {
     return "\"" + text + "\"";
 }
 
+// The capture file of the program folder.
+std::string CaptureFilePath(const ServiceContext& context) {
+    return ProgramFolder(context) + kCaptureFileName;
+}
+
+// The text the system's shell runs for a captured command (cmd /c on Windows, /bin/sh -c on
+// POSIX): the command, " -> " (a stray "-" argument, then the redirection of standard output)
+// and the capture file, between double quotes when its path holds a blank.
+std::string CaptureCommandLine(const ServiceContext& context, const std::string& command) {
+    const std::string capture = CaptureFilePath(context);
+    return command + " -> " + (capture.find(' ') != std::string::npos ? Quoted(capture) : capture);
+}
+
 // Adds one line to a log, starting a new line first when the text before does not end one.
 void AppendLine(std::string& log, const std::string& line) {
     if (!log.empty() && log.back() != '\n') log += kLineEnd;
@@ -125,15 +138,6 @@ bool ValidServiceName(const std::string& name) {
             static_cast<unsigned char>(ch) < 0x20 || ch == 0x7F)
             return false;
     return true;
-}
-
-std::string CaptureFilePath(const ServiceContext& context) {
-    return ProgramFolder(context) + kCaptureFileName;
-}
-
-std::string CaptureCommandLine(const ServiceContext& context, const std::string& command) {
-    const std::string capture = CaptureFilePath(context);
-    return command + " -> " + (capture.find(' ') != std::string::npos ? Quoted(capture) : capture);
 }
 
 std::string RunCommand(const ServiceContext& context, const std::string& command) {

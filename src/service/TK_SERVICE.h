@@ -61,13 +61,6 @@ bool ValidServiceName(const std::string& name);
 inline constexpr const char* kInvalidServiceName =
     "Le nom du service doit être renseigné, sans aucun des caractères \\ / \" $ ` %.";
 
-// The capture file of the program folder.
-std::string CaptureFilePath(const ServiceContext& context);
-// The text the system's shell runs for a captured command (cmd /c on Windows, /bin/sh -c on
-// POSIX): the command, " -> " (a stray "-" argument, then the redirection of standard output)
-// and the capture file, between double quotes when its path holds a blank.
-std::string CaptureCommandLine(const ServiceContext& context, const std::string& command);
-
 // Runs the command through the shell and waits for it, then returns what it printed on standard
 // output, read from the capture file, which is deleted afterwards (also when the command failed
 // or printed nothing). When the command could not be started or its output could not be read,
