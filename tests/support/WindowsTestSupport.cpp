@@ -13,10 +13,10 @@ constexpr wchar_t kScratchParent[] = L"Software\\Kirva tests";
 
 HKEY CreateUserKey(const std::wstring& path) {
     HKEY key = nullptr;
-    if (::RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                          KEY_ALL_ACCESS, nullptr, &key, nullptr) != ERROR_SUCCESS)
-        return nullptr;
-    return key;
+    return ::RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
+                             KEY_ALL_ACCESS, nullptr, &key, nullptr) == ERROR_SUCCESS
+               ? key
+               : nullptr;
 }
 
 LRESULT CALLBACK CallerWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -47,13 +47,11 @@ ScratchRegistry::ScratchRegistry() {
     static unsigned serial = 0;
     base_ = std::wstring(kScratchParent) + L"\\" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
             std::to_wstring(++serial);
-    HKEY machine = CreateUserKey(base_ + L"\\HKLM");
-    HKEY user = CreateUserKey(base_ + L"\\HKCU");
-    machine_ = machine;
-    user_ = user;
-    ready_ = machine != nullptr && user != nullptr &&
-             ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, machine) == ERROR_SUCCESS &&
-             ::RegOverridePredefKey(HKEY_CURRENT_USER, user) == ERROR_SUCCESS;
+    machine_ = CreateUserKey(base_ + L"\\HKLM");
+    user_ = CreateUserKey(base_ + L"\\HKCU");
+    ready_ = machine_ != nullptr && user_ != nullptr &&
+             ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, static_cast<HKEY>(machine_)) == ERROR_SUCCESS &&
+             ::RegOverridePredefKey(HKEY_CURRENT_USER, static_cast<HKEY>(user_)) == ERROR_SUCCESS;
 }
 
 ScratchRegistry::~ScratchRegistry() {
@@ -65,11 +63,12 @@ ScratchRegistry::~ScratchRegistry() {
     ::RegDeleteKeyW(HKEY_CURRENT_USER, kScratchParent); // only when no other test's key is left
 }
 
-CallerWindow::CallerWindow() {
-    HWND window = ::CreateWindowExW(0, CallerWindowClass(), L"Kirva test caller", WS_OVERLAPPEDWINDOW, 0, 0,
-                                    100, 100, nullptr, nullptr, ::GetModuleHandleW(nullptr), nullptr);
-    if (window != nullptr) ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&received_));
-    window_ = window;
+CallerWindow::CallerWindow()
+    : window_(::CreateWindowExW(0, CallerWindowClass(), L"Kirva test caller", WS_OVERLAPPEDWINDOW, 0, 0, 100,
+                                100, nullptr, nullptr, ::GetModuleHandleW(nullptr), nullptr)) {
+    if (window_ != nullptr)
+        ::SetWindowLongPtrW(static_cast<HWND>(window_), GWLP_USERDATA,
+                            reinterpret_cast<LONG_PTR>(&received_));
 }
 
 CallerWindow::~CallerWindow() {

@@ -4,6 +4,7 @@
 #include "platform/platform.h"
 #include "platform/win32/StandInProcess.h"
 #include "platform/win32/internal.h"
+#include "support/ScopedEnv.h"
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
@@ -24,40 +25,9 @@ std::wstring StandInPath(const char* name) {
     return test::BesideTestProgram(win32::Widen(name));
 }
 
-// Sets an environment variable of this process for the life of the object.
-class ScopedVariable {
-  public:
-    ScopedVariable(const wchar_t* name, const wchar_t* value) : name_(name) {
-        std::wstring old(32767, L'\0');
-        const DWORD length = ::GetEnvironmentVariableW(name, old.data(), static_cast<DWORD>(old.size()));
-        if (length > 0) old_ = old.substr(0, length);
-        ::SetEnvironmentVariableW(name, value);
-    }
-    ~ScopedVariable() { ::SetEnvironmentVariableW(name_.c_str(), old_ ? old_->c_str() : nullptr); }
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-
-  private:
-    std::wstring name_;
-    std::optional<std::wstring> old_;
-};
-
 TEST(WinProcess, ExitCodesOfCommands) {
-    const TempDir dir;
-    const fs::path program = dir.path() / "count.exe";
-    fs::copy_file(StandInPath(KIRVA_ARGS_STANDIN), program);
-    const struct {
-        std::string command;
-        int exitCode;
-    } cases[] = {
-        {"exit 0", 0},
-        {"exit 7", 7},
-        {"exit 255", 255},
-        // The stand-in ends with the number of its arguments.
-        {program.string() + " a \"b c\" d", 3},
-        {"\"" + program.string() + "\" a", 1},
-    };
-    for (const auto& c : cases) EXPECT_EQ(RunShellCommandAndWait(c.command), c.exitCode) << c.command;
+    for (const int code : {0, 7, 255})
+        EXPECT_EQ(RunShellCommandAndWait("exit " + std::to_string(code)), code);
 }
 
 TEST(WinProcess, TheOutputOfAServiceCommandIsCaptured) {
@@ -93,7 +63,7 @@ TEST(WinProcess, ACommandStartedWithoutWaitingRuns) {
 }
 
 TEST(WinProcess, WithoutTheCommandInterpreterNothingStarts) {
-    const ScopedVariable comSpec(L"ComSpec", L"C:\\nowhere\\cmd.exe");
+    const test::ScopedEnv comSpec("ComSpec", "C:\\nowhere\\cmd.exe");
     EXPECT_EQ(RunShellCommandAndWait("exit 0"), -1);
     EXPECT_FALSE(StartShellCommand("exit 0"));
 }
@@ -114,12 +84,7 @@ TEST(WinProcess, TheServerStartsMinimisedInItsOwnFolderAndStops) {
         return ReadBytes(report) == "show=2\r\n";
     })) << ReadBytes(report);
 
-    std::vector<TopLevelWindow> windows;
-    std::string error;
-    ASSERT_TRUE(ListTopLevelWindows(windows, error)) << error;
-    std::optional<std::int64_t> handle;
-    for (const TopLevelWindow& window : windows)
-        if (window.Title == "Telvar TOUR1") handle = window.Handle;
+    const std::optional<std::int64_t> handle = test::ListedWindow("Telvar TOUR1");
     ASSERT_TRUE(handle.has_value()) << "the server's window is not listed";
     EXPECT_TRUE(CloseTopLevelWindow(*handle));
     EXPECT_TRUE(test::WaitForFolderChange(folder.wstring(), 20000, [&] {

@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <optional>
 #include <random>
 #include <string>
+#include <variant>
 
 #undef RegDeleteValue // the macro of windows.h; the interface's function is meant
 #include <vector>
@@ -35,11 +35,6 @@ Bytes StoredText(std::u16string_view text) {
 const Bytes kFailureActions = {128, 81, 1,  0,   0, 0, 0, 0, 0, 0, 0,  0,   3, 0, 0, 0, 20, 0, 0,  0,   1, 0,
                                0,   0,  96, 234, 0, 0, 1, 0, 0, 0, 96, 234, 0, 0, 1, 0, 0,  0, 96, 234, 0, 0};
 
-std::string UniqueName(const std::string& prefix) {
-    std::random_device random;
-    return prefix + std::to_string(random()) + "-" + std::to_string(::GetCurrentProcessId());
-}
-
 HKEY RootKey(RegRoot root) {
     return root == RegRoot::LocalMachine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
 }
@@ -48,7 +43,8 @@ HKEY RootKey(RegRoot root) {
 class ScratchKey {
   public:
     ScratchKey(RegRoot root, const std::string& parent)
-        : root_(root), parent_(parent), name_(UniqueName("Kirva test ")) {}
+        : root_(root), parent_(parent), name_("Kirva test " + std::to_string(std::random_device()()) + "-" +
+                                              std::to_string(::GetCurrentProcessId())) {}
     ~ScratchKey() {
         HKEY parent = nullptr;
         if (::RegOpenKeyExW(RootKey(root_), win32::Widen(parent_).c_str(), 0,
@@ -90,110 +86,93 @@ std::optional<Stored> ReadStored(RegRoot root, const std::string& keyPath, const
     return stored;
 }
 
-// Writes a value as another program would, with the registry API.
-bool WriteStored(RegRoot root, const std::string& keyPath, const std::string& name, DWORD type,
-                 const Bytes& bytes) {
-    HKEY key = nullptr;
-    if (::RegCreateKeyExW(RootKey(root), win32::Widen(keyPath).c_str(), 0, nullptr, 0,
-                          KEY_SET_VALUE | KEY_WOW64_32KEY, nullptr, &key, nullptr) != ERROR_SUCCESS)
-        return false;
-    const bool ok = ::RegSetValueExW(key, win32::Widen(name).c_str(), 0, type, bytes.data(),
-                                     static_cast<DWORD>(bytes.size())) == ERROR_SUCCESS;
-    ::RegCloseKey(key);
-    return ok;
-}
-
-struct KindCase {
-    const char* name;
-    std::function<bool(RegRoot, const std::string& key, const std::string& name)> write;
-    DWORD type;
-    Bytes bytes;
-    std::function<bool(RegRoot, const std::string& key, const std::string& name)> readsBack;
-};
+constexpr RegRoot kCU = RegRoot::CurrentUser;
 
 TEST(WinRegistry, EveryKindIsStoredAsTheSuiteReadsIt) {
-    const ScratchKey scratch(RegRoot::CurrentUser, "Software");
-    const std::string text = "Fraiseuse \xC3\xA9\xE2\x82\xAC";
-    const std::string image = "\"%SystemRoot%\\srvany.exe\"";
-    const KindCase cases[] = {
-        {"Description", [](auto r, auto& k, auto& n) { return RegWriteString(r, k, n, "Marovex Telvareur"); },
-         REG_SZ, StoredText(u"Marovex Telvareur"),
-         [](auto r, auto& k, auto& n) { return RegReadString(r, k, n) == "Marovex Telvareur"; }},
+    const ScratchKey scratch(kCU, "Software");
+    const struct {
+        const char* name;
+        std::variant<std::string, std::uint32_t, Bytes> value;
+        DWORD type;
+        Bytes bytes;
+    } cases[] = {
+        {"Description", std::string("Marovex Telvareur"), REG_SZ, StoredText(u"Marovex Telvareur")},
         {"R\xC3\xA9"
          "f",
-         [&](auto r, auto& k, auto& n) { return RegWriteString(r, k, n, text); }, REG_SZ,
-         StoredText(u"Fraiseuse \u00E9\u20AC"),
-         [&](auto r, auto& k, auto& n) { return RegReadString(r, k, n) == text; }},
-        {"Empty", [](auto r, auto& k, auto& n) { return RegWriteString(r, k, n, ""); }, REG_SZ,
-         StoredText(u""), [](auto r, auto& k, auto& n) { return RegReadString(r, k, n) == ""; }},
+         std::string("Fraiseuse \xC3\xA9\xE2\x82\xAC"), REG_SZ, StoredText(u"Fraiseuse \u00E9\u20AC")},
+        {"Empty", std::string(), REG_SZ, StoredText(u"")},
         // Kept as written: the service manager expands it, not the registry.
-        {"ImagePath", [&](auto r, auto& k, auto& n) { return RegWriteString(r, k, n, image, true); },
-         REG_EXPAND_SZ, StoredText(u"\"%SystemRoot%\\srvany.exe\""),
-         [&](auto r, auto& k, auto& n) { return RegReadString(r, k, n) == image; }},
-        {"AppHwnd", [](auto r, auto& k, auto& n) { return RegWriteDword(r, k, n, 86400); }, REG_DWORD,
-         Bytes{0x80, 0x51, 0x01, 0x00},
-         [](auto r, auto& k, auto& n) { return RegReadDword(r, k, n) == 86400u; }},
-        {"FailureActions", [](auto r, auto& k, auto& n) { return RegWriteBinary(r, k, n, kFailureActions); },
-         REG_BINARY, kFailureActions,
-         [](auto r, auto& k, auto& n) { return RegReadBinary(r, k, n) == kFailureActions; }},
-        {"Nothing", [](auto r, auto& k, auto& n) { return RegWriteBinary(r, k, n, {}); }, REG_BINARY, Bytes{},
-         [](auto r, auto& k, auto& n) { return RegReadBinary(r, k, n) == Bytes{}; }},
+        {"ImagePath", std::string("\"%SystemRoot%\\srvany.exe\""), REG_EXPAND_SZ,
+         StoredText(u"\"%SystemRoot%\\srvany.exe\"")},
+        {"AppHwnd", 86400u, REG_DWORD, Bytes{0x80, 0x51, 0x01, 0x00}},
+        {"FailureActions", kFailureActions, REG_BINARY, kFailureActions},
+        {"Nothing", Bytes{}, REG_BINARY, Bytes{}},
     };
-    for (const KindCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         // Each below a key that does not exist yet: the write creates it.
         const std::string key = scratch.path() + "\\" + c.name;
-        ASSERT_TRUE(c.write(RegRoot::CurrentUser, key, c.name));
-        const auto stored = ReadStored(RegRoot::CurrentUser, key, c.name);
+        if (const auto* text = std::get_if<std::string>(&c.value)) {
+            ASSERT_TRUE(RegWriteString(kCU, key, c.name, *text, c.type == REG_EXPAND_SZ));
+            EXPECT_EQ(RegReadString(kCU, key, c.name), *text);
+        } else if (const auto* number = std::get_if<std::uint32_t>(&c.value)) {
+            ASSERT_TRUE(RegWriteDword(kCU, key, c.name, *number));
+            EXPECT_EQ(RegReadDword(kCU, key, c.name), *number);
+        } else {
+            ASSERT_TRUE(RegWriteBinary(kCU, key, c.name, std::get<Bytes>(c.value)));
+            EXPECT_EQ(RegReadBinary(kCU, key, c.name), std::get<Bytes>(c.value));
+        }
+        const auto stored = ReadStored(kCU, key, c.name);
         ASSERT_TRUE(stored.has_value());
         EXPECT_EQ(stored->type, c.type);
         EXPECT_EQ(stored->bytes, c.bytes);
-        EXPECT_TRUE(c.readsBack(RegRoot::CurrentUser, key, c.name));
     }
 }
 
 TEST(WinRegistry, TheServiceKeysWithTheirLeadingBackslash) {
-    const ScratchKey scratch(RegRoot::LocalMachine, "SYSTEM\\CurrentControlSet\\Services");
+    const auto lm = RegRoot::LocalMachine;
+    const ScratchKey scratch(lm, "SYSTEM\\CurrentControlSet\\Services");
     const std::string written = "\\" + scratch.path(); // as the service commands name the key
+    ASSERT_TRUE(RegWriteString(lm, written, "ImagePath", "\"C:\\Talm\\Exe\\srvany.exe\"", true));
     ASSERT_TRUE(
-        RegWriteString(RegRoot::LocalMachine, written, "ImagePath", "\"C:\\Talm\\Exe\\srvany.exe\"", true));
-    ASSERT_TRUE(RegWriteString(RegRoot::LocalMachine, written + "\\Parameters", "Application",
-                               "\"C:\\Talm\\TOUR1\\telvar.exe\""));
-    ASSERT_TRUE(RegWriteBinary(RegRoot::LocalMachine, written, "FailureActions", kFailureActions));
-
-    const auto image = ReadStored(RegRoot::LocalMachine, scratch.path(), "ImagePath");
-    ASSERT_TRUE(image.has_value());
-    EXPECT_EQ(image->type, static_cast<DWORD>(REG_EXPAND_SZ));
-    EXPECT_EQ(image->bytes, StoredText(u"\"C:\\Talm\\Exe\\srvany.exe\""));
-    const auto application =
-        ReadStored(RegRoot::LocalMachine, scratch.path() + "\\Parameters", "Application");
-    ASSERT_TRUE(application.has_value());
-    EXPECT_EQ(application->bytes, StoredText(u"\"C:\\Talm\\TOUR1\\telvar.exe\""));
-    const auto actions = ReadStored(RegRoot::LocalMachine, scratch.path(), "FailureActions");
-    ASSERT_TRUE(actions.has_value());
-    EXPECT_EQ(actions->type, static_cast<DWORD>(REG_BINARY));
-    EXPECT_EQ(actions->bytes, kFailureActions);
-    EXPECT_EQ(RegReadBinary(RegRoot::LocalMachine, written, "FailureActions"), kFailureActions);
+        RegWriteString(lm, written + "\\Parameters", "Application", "\"C:\\Talm\\TOUR1\\telvar.exe\""));
+    ASSERT_TRUE(RegWriteBinary(lm, written, "FailureActions", kFailureActions));
+    const struct {
+        std::string key, name;
+        DWORD type;
+        Bytes bytes;
+    } expected[] = {
+        {scratch.path(), "ImagePath", REG_EXPAND_SZ, StoredText(u"\"C:\\Talm\\Exe\\srvany.exe\"")},
+        {scratch.path() + "\\Parameters", "Application", REG_SZ,
+         StoredText(u"\"C:\\Talm\\TOUR1\\telvar.exe\"")},
+        {scratch.path(), "FailureActions", REG_BINARY, kFailureActions},
+    };
+    for (const auto& e : expected) {
+        SCOPED_TRACE(e.name);
+        const auto stored = ReadStored(lm, e.key, e.name);
+        ASSERT_TRUE(stored.has_value());
+        EXPECT_EQ(stored->type, e.type);
+        EXPECT_EQ(stored->bytes, e.bytes);
+    }
+    EXPECT_EQ(RegReadBinary(lm, written, "FailureActions"), kFailureActions);
 }
 
-struct CrossCase {
-    const char* label;
-    DWORD type;
-    Bytes stored;
-    std::optional<std::string> asString;
-    std::optional<std::uint32_t> asDword;
-    std::optional<Bytes> asBinary;
-};
-
 TEST(WinRegistry, OneKindReadAsAnother) {
-    const ScratchKey scratch(RegRoot::CurrentUser, "Software");
+    const ScratchKey scratch(kCU, "Software");
     const auto dword = [](std::uint32_t n) {
         return Bytes{static_cast<std::uint8_t>(n), static_cast<std::uint8_t>(n >> 8),
                      static_cast<std::uint8_t>(n >> 16), static_cast<std::uint8_t>(n >> 24)};
     };
     Bytes unterminated = StoredText(u"4711");
     unterminated.resize(unterminated.size() - 2);
-    const CrossCase cases[] = {
+    const struct {
+        const char* label;
+        DWORD type;
+        Bytes stored;
+        std::optional<std::string> asString;
+        std::optional<std::uint32_t> asDword;
+        std::optional<Bytes> asBinary;
+    } cases[] = {
         {"DWORD as decimal text", REG_DWORD, dword(12345), "12345", 12345u, std::nullopt},
         {"largest DWORD", REG_DWORD, dword(4294967295u), "4294967295", 4294967295u, std::nullopt},
         {"digits", REG_SZ, StoredText(u"12345"), "12345", 12345u, std::nullopt},
@@ -210,30 +189,33 @@ TEST(WinRegistry, OneKindReadAsAnother) {
         {"list of strings", REG_MULTI_SZ, Bytes{0x31, 0, 0, 0, 0, 0}, std::nullopt, std::nullopt,
          std::nullopt},
     };
-    for (const CrossCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
-        ASSERT_TRUE(WriteStored(RegRoot::CurrentUser, scratch.path(), c.label, c.type, c.stored));
-        EXPECT_EQ(RegReadString(RegRoot::CurrentUser, scratch.path(), c.label), c.asString);
-        EXPECT_EQ(RegReadDword(RegRoot::CurrentUser, scratch.path(), c.label), c.asDword);
-        EXPECT_EQ(RegReadBinary(RegRoot::CurrentUser, scratch.path(), c.label), c.asBinary);
+        // Written as another program writes it.
+        ASSERT_EQ(::RegSetKeyValueW(HKEY_CURRENT_USER, win32::Widen(scratch.path()).c_str(),
+                                    win32::Widen(c.label).c_str(), c.type, c.stored.data(),
+                                    static_cast<DWORD>(c.stored.size())),
+                  ERROR_SUCCESS);
+        EXPECT_EQ(RegReadString(kCU, scratch.path(), c.label), c.asString);
+        EXPECT_EQ(RegReadDword(kCU, scratch.path(), c.label), c.asDword);
+        EXPECT_EQ(RegReadBinary(kCU, scratch.path(), c.label), c.asBinary);
     }
 }
 
 TEST(WinRegistry, DeletedValuesAreGone) {
-    const ScratchKey scratch(RegRoot::CurrentUser, "Software");
-    const auto reg = RegRoot::CurrentUser;
-    ASSERT_TRUE(RegWriteString(reg, scratch.path(), "TOUR1", "\"C:\\Talm\\TOUR1\\telvar.exe\""));
-    ASSERT_TRUE(RegWriteString(reg, scratch.path(), "TOUR2", "kept"));
+    const ScratchKey scratch(kCU, "Software");
+    ASSERT_TRUE(RegWriteString(kCU, scratch.path(), "TOUR1", "\"C:\\Talm\\TOUR1\\telvar.exe\""));
+    ASSERT_TRUE(RegWriteString(kCU, scratch.path(), "TOUR2", "kept"));
 
-    EXPECT_TRUE(RegDeleteValue(reg, scratch.path(), "tour1")); // names compare without regard to case
-    EXPECT_FALSE(ReadStored(reg, scratch.path(), "TOUR1").has_value());
-    EXPECT_EQ(RegReadString(reg, scratch.path(), "TOUR1"), std::nullopt);
-    EXPECT_EQ(RegReadDword(reg, scratch.path() + "\\Missing", "TOUR1"), std::nullopt);
-    EXPECT_EQ(RegReadBinary(reg, scratch.path() + "\\Missing", "TOUR1"), std::nullopt);
-    EXPECT_EQ(RegReadString(reg, scratch.path(), "TOUR2"), "kept");
+    EXPECT_TRUE(RegDeleteValue(kCU, scratch.path(), "tour1")); // names compare without regard to case
+    EXPECT_FALSE(ReadStored(kCU, scratch.path(), "TOUR1").has_value());
+    EXPECT_EQ(RegReadString(kCU, scratch.path(), "TOUR1"), std::nullopt);
+    EXPECT_EQ(RegReadDword(kCU, scratch.path() + "\\Missing", "TOUR1"), std::nullopt);
+    EXPECT_EQ(RegReadBinary(kCU, scratch.path() + "\\Missing", "TOUR1"), std::nullopt);
+    EXPECT_EQ(RegReadString(kCU, scratch.path(), "TOUR2"), "kept");
     // Deleting what is not there succeeds and creates nothing.
-    EXPECT_TRUE(RegDeleteValue(reg, scratch.path(), "TOUR1"));
-    EXPECT_TRUE(RegDeleteValue(reg, scratch.path() + "\\Missing", "TOUR1"));
+    EXPECT_TRUE(RegDeleteValue(kCU, scratch.path(), "TOUR1"));
+    EXPECT_TRUE(RegDeleteValue(kCU, scratch.path() + "\\Missing", "TOUR1"));
     HKEY missing = nullptr;
     EXPECT_EQ(::RegOpenKeyExW(HKEY_CURRENT_USER, win32::Widen(scratch.path() + "\\Missing").c_str(), 0,
                               KEY_READ | KEY_WOW64_32KEY, &missing),

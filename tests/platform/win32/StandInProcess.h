@@ -1,31 +1,46 @@
 // The stand-in programs of the Windows platform tests (built beside the test program), and
 // bounded waits for what they do: every wait ends when its condition holds, when the program it
-// watches ends, or at its time limit.
+// watches ends, or at its time limit. Also what several of these tests ask of the system.
 #pragma once
 
+#include "platform/platform.h"
 #include "platform/win32/internal.h"
 
 #include <algorithm>
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace kirva::test {
 
+// Full path of the running test program.
+inline std::wstring TestProgram() {
+    std::wstring path(32768, L'\0');
+    path.resize(::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return path;
+}
+
 // Full path of a program built beside the running test program.
 inline std::wstring BesideTestProgram(const std::wstring& name) {
-    std::wstring path(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length = ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-        if (length == 0) return name;
-        if (length < path.size()) {
-            path.resize(length);
-            break;
-        }
-        path.resize(path.size() * 2);
-    }
-    return path.substr(0, path.find_last_of(L"\\/") + 1) + name;
+    const std::wstring self = TestProgram();
+    return self.substr(0, self.find_last_of(L"\\/") + 1) + name;
+}
+
+inline bool RunningUnderWine() {
+    const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
+    return ntdll != nullptr && ::GetProcAddress(ntdll, "wine_get_version") != nullptr;
+}
+
+// The handle of the top-level window with this title (UTF-8), if one is listed.
+inline std::optional<std::int64_t> ListedWindow(const std::string& title) {
+    std::vector<platform::TopLevelWindow> windows;
+    std::string error;
+    if (!platform::ListTopLevelWindows(windows, error)) return std::nullopt;
+    for (const platform::TopLevelWindow& window : windows)
+        if (window.Title == title) return window.Handle;
+    return std::nullopt;
 }
 
 // A stand-in program started by the test. It is ended (TerminateProcess) when the object goes

@@ -1,7 +1,9 @@
 // Process-wide settings on the Windows backend: the single-instance mutex across processes, the
 // decimal separator of the user's session, the executable folder and the command line.
 #include "platform/platform.h"
+#include "platform/win32/StandInProcess.h"
 #include "platform/win32/internal.h"
+#include "support/ScopedEnv.h"
 
 #include <gtest/gtest.h>
 
@@ -17,29 +19,13 @@ namespace {
 
 // The test binary started again as a helper: one test of its own, chosen by a filter, with a
 // variable that tells that test what to do. Returns its exit code, or -1.
-int RunHelper(const std::wstring& testName, const std::wstring& extraArguments, const wchar_t* mode) {
-    wchar_t self[MAX_PATH + 1] = {};
-    if (::GetModuleFileNameW(nullptr, self, MAX_PATH) == 0) return -1;
-    std::wstring line = L"\"" + std::wstring(self) + L"\" --gtest_filter=WinSystemHelper." + testName;
-    if (!extraArguments.empty()) line += L" " + extraArguments;
-    ::SetEnvironmentVariableW(L"KIRVA_WIN_HELPER", mode);
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    const BOOL started =
-        ::CreateProcessW(self, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process);
-    ::SetEnvironmentVariableW(L"KIRVA_WIN_HELPER", nullptr);
-    if (!started) return -1;
-    const win32::Handle processHandle(process.hProcess);
-    const win32::Handle threadHandle(process.hThread);
-    // Bounded: a helper that hangs fails the test instead of blocking the run.
-    if (::WaitForSingleObject(process.hProcess, 60000) != WAIT_OBJECT_0) {
-        ::TerminateProcess(process.hProcess, 99);
-        return -1;
-    }
+int RunHelper(const std::wstring& testName, const char* mode, std::vector<std::wstring> arguments = {}) {
+    const test::ScopedEnv variable("KIRVA_WIN_HELPER", mode);
+    arguments.insert(arguments.begin(), L"--gtest_filter=WinSystemHelper." + testName);
+    const test::StandIn helper(test::TestProgram(), arguments);
     DWORD code = 0;
-    if (!::GetExitCodeProcess(process.hProcess, &code)) return -1;
-    return static_cast<int>(code);
+    // Bounded: a helper that hangs fails the test (and is ended) instead of blocking the run.
+    return helper.WaitForExit(60000, code) ? static_cast<int>(code) : -1;
 }
 
 std::string HelperMode() {
@@ -67,16 +53,16 @@ TEST(WinSystemHelper, CommandLine) {
 
 TEST(WinSystem, SecondProcessIsRefused) {
     // Before this process takes the lock, another process gets it (and it goes with that process).
-    EXPECT_EQ(RunHelper(L"SingleInstance", L"", L"instance"), kInstanceTaken);
+    EXPECT_EQ(RunHelper(L"SingleInstance", "instance"), kInstanceTaken);
     ASSERT_TRUE(AcquireSingleInstance());
     EXPECT_TRUE(AcquireSingleInstance()); // the holder asking again keeps it
-    EXPECT_EQ(RunHelper(L"SingleInstance", L"", L"instance"), kInstanceRefused);
-    EXPECT_EQ(RunHelper(L"SingleInstance", L"", L"instance"), kInstanceRefused);
+    EXPECT_EQ(RunHelper(L"SingleInstance", "instance"), kInstanceRefused);
+    EXPECT_EQ(RunHelper(L"SingleInstance", "instance"), kInstanceRefused);
 }
 
 TEST(WinSystem, CommandLineOfTheProcessKeepsUnicode) {
     // "Ω" has no place in the ANSI code page: only the UTF-16 command line carries it.
-    EXPECT_EQ(RunHelper(L"CommandLine", L"/MRV \u03a9 \"x y\"", L"commandline"), kLineAsExpected);
+    EXPECT_EQ(RunHelper(L"CommandLine", "commandline", {L"/MRV", L"\u03a9", L"x y"}), kLineAsExpected);
 }
 
 TEST(WinSystem, CommandLineJoinsTheArgumentsAfterTheProgram) {
@@ -102,10 +88,7 @@ TEST(WinSystem, ExecutableFolderIsTheFolderOfTheRunningProgram) {
     DWORD size = MAX_PATH;
     ASSERT_TRUE(::QueryFullProcessImageNameW(::GetCurrentProcess(), 0, image, &size));
     const std::string program = win32::Narrow(std::wstring(image, size));
-    const std::string folder = ExecutableFolder();
-    ASSERT_FALSE(folder.empty());
-    EXPECT_NE(folder.back(), '\\');
-    ASSERT_LT(folder.size(), program.size());
+    const std::string folder = ExecutableFolder(); // without a "\\" at its end
     EXPECT_EQ(program.substr(0, folder.size() + 1), folder + "\\");
     EXPECT_EQ(program.find('\\', folder.size() + 1), std::string::npos);
 }
@@ -120,15 +103,9 @@ std::optional<std::wstring> RegistryDecimal() {
     return std::wstring(buffer);
 }
 
-bool SetRegistryDecimal(const std::wstring& value) {
-    return ::RegSetKeyValueW(HKEY_CURRENT_USER, L"Control Panel\\International", L"sDecimal", REG_SZ,
-                             value.c_str(),
-                             static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
-}
-
 TEST(WinSystem, DecimalSeparatorIsForcedForTheSessionAndTheProcess) {
     const auto original = RegistryDecimal();
-    ASSERT_TRUE(SetRegistryDecimal(L","));
+    ASSERT_TRUE(RegWriteString(RegRoot::CurrentUser, "Control Panel\\International", "sDecimal", ","));
     EXPECT_EQ(UserDecimalSeparator(), ",");
     std::setlocale(LC_NUMERIC, "French_France.1252"); // a locale whose separator is ","
     EXPECT_TRUE(ForceDecimalPoint());
@@ -139,7 +116,8 @@ TEST(WinSystem, DecimalSeparatorIsForcedForTheSessionAndTheProcess) {
     EXPECT_STREQ(text, "1.50");
     EXPECT_EQ(std::strtod("2.25", nullptr), 2.25);
     if (original)
-        SetRegistryDecimal(*original);
+        RegWriteString(RegRoot::CurrentUser, "Control Panel\\International", "sDecimal",
+                       win32::Narrow(*original));
     else
         ::RegDeleteKeyValueW(HKEY_CURRENT_USER, L"Control Panel\\International", L"sDecimal");
 }

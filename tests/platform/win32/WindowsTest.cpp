@@ -1,5 +1,5 @@
-// Top-level windows: the list with titles, and closing a stand-in server's window the way the
-// stop command does, while a window whose title only resembles it stays open.
+// Top-level windows: the list with titles, numbers that designate no window, and closing a stand-in server's
+// window the way the stop command does, while a window whose title only resembles it stays open.
 #include "platform/platform.h"
 #include "platform/win32/StandInProcess.h"
 #include "platform/win32/internal.h"
@@ -17,18 +17,8 @@ using test::ReadBytes;
 using test::StandIn;
 using test::TempDir;
 
-std::optional<std::int64_t> Listed(const std::string& title) {
-    std::vector<TopLevelWindow> windows;
-    std::string error;
-    if (!ListTopLevelWindows(windows, error)) return std::nullopt;
-    for (const TopLevelWindow& window : windows)
-        if (window.Title == title) return window.Handle;
-    return std::nullopt;
-}
-
-std::wstring ServerStandIn() {
-    return test::BesideTestProgram(win32::Widen(KIRVA_SERVER_STANDIN));
-}
+using test::ListedWindow;
+const std::wstring kServerStandIn = test::BesideTestProgram(win32::Widen(KIRVA_SERVER_STANDIN));
 
 TEST(WinWindows, TitlesAreListedAsUtf8) {
     const std::string title = "Telvar FRAIS\xC3\x89 \xE2\x82\xAC"; // "Telvar FRAISÉ €"
@@ -47,23 +37,31 @@ TEST(WinWindows, TitlesAreListedAsUtf8) {
             EXPECT_TRUE(WindowExists(listed.Handle));
         }
     EXPECT_EQ(found, 1);
-    ::DestroyWindow(window);
-    EXPECT_FALSE(Listed(title).has_value());
+    ASSERT_TRUE(::DestroyWindow(window));
+    EXPECT_FALSE(ListedWindow(title).has_value());
+    // Numbers that designate no window, the one just destroyed among them.
+    const auto destroyed =
+        static_cast<std::int64_t>(static_cast<std::uint32_t>(reinterpret_cast<UINT_PTR>(window)));
+    for (const std::int64_t handle : {std::int64_t{0}, std::int64_t{-1}, std::int64_t{1} << 32, destroyed}) {
+        EXPECT_FALSE(WindowExists(handle)) << handle;
+        EXPECT_FALSE(PostWindowMessage(handle, 28679, 711, 0)) << handle;
+        EXPECT_FALSE(CloseTopLevelWindow(handle)) << handle;
+    }
 }
 
 TEST(WinWindows, StopClosesTheServerAndLeavesTheLookAlike) {
     const TempDir serverDir, lookAlikeDir;
-    const StandIn server(ServerStandIn(), {L"Telvar FRAISE"}, serverDir.path().wstring());
-    const StandIn lookAlike(ServerStandIn(), {L"Telvarr FRAISE"}, lookAlikeDir.path().wstring());
+    const StandIn server(kServerStandIn, {L"Telvar FRAISE"}, serverDir.path().wstring());
+    const StandIn lookAlike(kServerStandIn, {L"Telvarr FRAISE"}, lookAlikeDir.path().wstring());
     ASSERT_TRUE(server.Started() && lookAlike.Started());
     // Each is ready once its window is listed and it has written its report.
     std::optional<std::int64_t> serverWindow, lookAlikeWindow;
     ASSERT_TRUE(test::WaitWhileRunning(server, 20000, [&] {
-        serverWindow = Listed("Telvar FRAISE");
+        serverWindow = ListedWindow("Telvar FRAISE");
         return serverWindow && ReadBytes(serverDir / "standin.txt") == "show=10\r\n";
     }));
     ASSERT_TRUE(test::WaitWhileRunning(lookAlike, 20000, [&] {
-        lookAlikeWindow = Listed("Telvarr FRAISE");
+        lookAlikeWindow = ListedWindow("Telvarr FRAISE");
         return lookAlikeWindow && ReadBytes(lookAlikeDir / "standin.txt") == "show=10\r\n";
     }));
 
@@ -72,12 +70,12 @@ TEST(WinWindows, StopClosesTheServerAndLeavesTheLookAlike) {
     ASSERT_TRUE(server.WaitForExit(10000, exitCode));
     EXPECT_EQ(exitCode, 0u);
     EXPECT_EQ(ReadBytes(serverDir / "standin.txt"), "show=10\r\nclosed\r\n");
-    EXPECT_FALSE(Listed("Telvar FRAISE").has_value());
+    EXPECT_FALSE(ListedWindow("Telvar FRAISE").has_value());
     // A window that is gone cannot be asked again.
     EXPECT_FALSE(CloseTopLevelWindow(*serverWindow));
 
     EXPECT_TRUE(lookAlike.Running());
-    EXPECT_EQ(Listed("Telvarr FRAISE"), lookAlikeWindow);
+    EXPECT_EQ(ListedWindow("Telvarr FRAISE"), lookAlikeWindow);
     EXPECT_EQ(ReadBytes(lookAlikeDir / "standin.txt"), "show=10\r\n");
 }
 

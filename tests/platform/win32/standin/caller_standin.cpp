@@ -5,54 +5,25 @@
 // number of messages given, or after 30 seconds without them (exit code 2).
 //
 //   kirva_caller_standin.exe <result file> [<messages to wait for>]
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
+#include "StandInWindow.h"
 
 #include <algorithm>
 #include <shellapi.h>
-#include <string>
 
 namespace {
 
 constexpr UINT kMachineChanged = 28679;
-constexpr UINT_PTR kGiveUpTimer = 1;
-constexpr UINT kGiveUpMs = 30000;
-
 std::wstring gResultFile;
 int gExpected = 1;
 int gReceived = 0;
-int gExitCode = 0;
-
-// Appends one line to the result file and flushes it to disk before the test looks at it.
-bool AppendLine(const std::string& line) {
-    HANDLE file = ::CreateFileW(gResultFile.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
-                                FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return false;
-    DWORD written = 0;
-    const bool ok = ::WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr) &&
-                    written == line.size() && ::FlushFileBuffers(file);
-    ::CloseHandle(file);
-    return ok;
-}
 
 LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    switch (message) {
-    case kMachineChanged:
-        if (!AppendLine(std::to_string(wParam) + " " + std::to_string(lParam) + "\r\n")) gExitCode = 3;
-        if (++gReceived >= gExpected) ::DestroyWindow(window);
-        return 0;
-    case WM_TIMER:
-        gExitCode = 2;
-        ::DestroyWindow(window);
-        return 0;
-    case WM_DESTROY:
-        ::PostQuitMessage(gExitCode);
-        return 0;
-    default:
-        return ::DefWindowProcW(window, message, wParam, lParam);
-    }
+    if (message != kMachineChanged) return standin::CommonMessages(window, message, wParam, lParam);
+    if (!standin::AppendLine(gResultFile.c_str(),
+                             std::to_string(wParam) + " " + std::to_string(lParam) + "\r\n"))
+        standin::gExitCode = 3;
+    if (++gReceived >= gExpected) ::DestroyWindow(window);
+    return 0;
 }
 
 bool PublishHandle(HWND window) {
@@ -76,23 +47,6 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int) {
     gResultFile = arguments[1];
     if (count > 2) gExpected = std::max(1, _wtoi(arguments[2]));
     ::LocalFree(arguments);
-
-    WNDCLASSW windowClass{};
-    windowClass.lpfnWndProc = WindowProcedure;
-    windowClass.hInstance = instance;
-    windowClass.lpszClassName = L"KirvaCallerStandIn";
-    if (::RegisterClassW(&windowClass) == 0) return 1;
-    HWND window =
-        ::CreateWindowExW(0, windowClass.lpszClassName, L"Kalderon stand-in", WS_OVERLAPPEDWINDOW,
-                          CW_USEDEFAULT, CW_USEDEFAULT, 200, 100, nullptr, nullptr, instance, nullptr);
-    if (window == nullptr) return 1;
-    ::SetTimer(window, kGiveUpTimer, kGiveUpMs, nullptr);
-    if (!PublishHandle(window)) return 1;
-
-    MSG message;
-    while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
-        ::TranslateMessage(&message);
-        ::DispatchMessageW(&message);
-    }
-    return static_cast<int>(message.wParam);
+    return standin::RunWindow(instance, L"KirvaCallerStandIn", WindowProcedure, L"Kalderon stand-in", SW_HIDE,
+                              30000, PublishHandle);
 }

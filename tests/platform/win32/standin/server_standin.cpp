@@ -6,47 +6,17 @@
 // 60 seconds (exit code 2), so that a failed test leaves nothing running.
 //
 //   kirva_server_standin.exe [<title>]
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
-#include <windows.h>
+#include "StandInWindow.h"
 
 #include <shellapi.h>
-#include <string>
 
 namespace {
 
-constexpr UINT_PTR kGiveUpTimer = 1;
-constexpr UINT kGiveUpMs = 60000;
-int gExitCode = 0;
-
-bool AppendReport(const std::string& line) {
-    HANDLE file = ::CreateFileW(L"standin.txt", FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
-                                FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) return false;
-    DWORD written = 0;
-    const bool ok = ::WriteFile(file, line.data(), static_cast<DWORD>(line.size()), &written, nullptr) &&
-                    written == line.size() && ::FlushFileBuffers(file);
-    ::CloseHandle(file);
-    return ok;
-}
-
 LRESULT CALLBACK WindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    switch (message) {
-    case WM_CLOSE:
-        if (!AppendReport("closed\r\n")) gExitCode = 3;
-        ::DestroyWindow(window);
-        return 0;
-    case WM_TIMER:
-        gExitCode = 2;
-        ::DestroyWindow(window);
-        return 0;
-    case WM_DESTROY:
-        ::PostQuitMessage(gExitCode);
-        return 0;
-    default:
-        return ::DefWindowProcW(window, message, wParam, lParam);
-    }
+    if (message != WM_CLOSE) return standin::CommonMessages(window, message, wParam, lParam);
+    if (!standin::AppendLine(L"standin.txt", "closed\r\n")) standin::gExitCode = 3;
+    ::DestroyWindow(window);
+    return 0;
 }
 
 std::wstring TitleFromSettings() {
@@ -63,24 +33,8 @@ int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int show) {
     if (arguments == nullptr) return 1;
     const std::wstring title = count > 1 ? std::wstring(arguments[1]) : TitleFromSettings();
     ::LocalFree(arguments);
-
-    WNDCLASSW windowClass{};
-    windowClass.lpfnWndProc = WindowProcedure;
-    windowClass.hInstance = instance;
-    windowClass.lpszClassName = L"KirvaServerStandIn";
-    if (::RegisterClassW(&windowClass) == 0) return 1;
-    HWND window =
-        ::CreateWindowExW(0, windowClass.lpszClassName, title.c_str(), WS_OVERLAPPEDWINDOW, CW_USEDEFAULT,
-                          CW_USEDEFAULT, 300, 120, nullptr, nullptr, instance, nullptr);
-    if (window == nullptr) return 1;
-    ::ShowWindow(window, show);
-    ::SetTimer(window, kGiveUpTimer, kGiveUpMs, nullptr);
-    if (!AppendReport("show=" + std::to_string(show) + "\r\n")) return 1;
-
-    MSG message;
-    while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
-        ::TranslateMessage(&message);
-        ::DispatchMessageW(&message);
-    }
-    return static_cast<int>(message.wParam);
+    return standin::RunWindow(
+        instance, L"KirvaServerStandIn", WindowProcedure, title, show, 60000, [show](HWND) {
+            return standin::AppendLine(L"standin.txt", "show=" + std::to_string(show) + "\r\n");
+        });
 }
