@@ -27,6 +27,14 @@ class ListsTest : public ::testing::Test {
     const std::string telvar_ = dir_ / "Telvar.ini";
 };
 
+// A list loaded from `path`.
+template <typename List>
+List Loaded(const std::string& path) {
+    List list;
+    list.Init(path);
+    return list;
+}
+
 // ---------------------------------------------------------------- ISO insertions
 
 std::vector<std::string> Names(clsInsertIso& list) {
@@ -38,8 +46,7 @@ std::vector<std::string> Names(clsInsertIso& list) {
 TEST_F(ListsTest, InsertIsoLoadsTheSectionInFileOrder) {
     WriteBytes(iso_, "[OTHER]\r\nA=1\r\n[INSERT]\r\nOrigine=iso:G90<R>M30|bmp:|Rac:1113|\r\n-\r\n"
                      "'Old=iso:G0|bmp:|Rac:|\r\nFin=iso:M30|bmp:fin.bmp|Rac:|\r\nBare\r\n");
-    clsInsertIso list;
-    list.Init(iso_);
+    clsInsertIso list = Loaded<clsInsertIso>(iso_);
     EXPECT_EQ(Names(list), (std::vector<std::string>{"Origine", "-", "Fin", "Bare"}));
     EXPECT_EQ(list.GetIso("Origine"), "G90<R>M30");
     EXPECT_EQ(list.GetRac("Origine"), "1113");
@@ -53,8 +60,7 @@ TEST_F(ListsTest, InsertIsoApostrophesOfFrenchTextAndComments) {
     WriteBytes(iso_, "[INSERT]\r\nL'outil=iso:T1 M6|bmp:|Rac:|\r\nD'abord=iso:G0 ' retour|bmp:|Rac:|\r\n"
                      "N'oublie=iso:M30|bmp:|Rac:|\r\nCoupe=iso:(l''usinage)|bmp:|Rac:|\r\n"
                      "Arret=iso:M00 ''pause''|bmp:|Rac:|\r\n'Ancien=iso:G1|bmp:|Rac:|\r\nT'as=iso:G2|\r\n");
-    clsInsertIso list;
-    list.Init(iso_);
+    clsInsertIso list = Loaded<clsInsertIso>(iso_);
     EXPECT_EQ(Names(list),
               (std::vector<std::string>{"L'outil", "D'abord", "N'oublie", "Coupe", "Arret", "T"}));
     EXPECT_EQ(list.GetIso("L'outil"), "T1 M6");
@@ -66,11 +72,8 @@ TEST_F(ListsTest, InsertIsoApostrophesOfFrenchTextAndComments) {
 }
 
 TEST_F(ListsTest, InsertIsoSavesEachInsertionAtItsOrderAndReadsItBack) {
-    clsInsertIso list;
-    list.Init(iso_);
-    list.AddIso("Origine");
-    list.AddIso("-");
-    list.AddIso("Fin");
+    clsInsertIso list = Loaded<clsInsertIso>(iso_);
+    for (const char* name : {"Origine", "-", "Fin"}) list.AddIso(name);
     list.SetKey("Origine", "G90<R>M30", "", "1113");
     list.SetKey("-", "ignored", "x.bmp", "0112");
     list.SetKey("Fin", "G1 X1|Y2", "pic|ture.bmp", "");
@@ -79,8 +82,7 @@ TEST_F(ListsTest, InsertIsoSavesEachInsertionAtItsOrderAndReadsItBack) {
     EXPECT_EQ(ReadBytes(iso_), "[INSERT]\r\nFin=iso:G1 X1|Y2|bmp:pic|ture.bmp|Rac:|\r\n-\r\n"
                                "Origine=iso:G90<R>M30|bmp:|Rac:1113|\r\n");
 
-    clsInsertIso again;
-    again.Init(iso_);
+    clsInsertIso again = Loaded<clsInsertIso>(iso_);
     EXPECT_EQ(Names(again), (std::vector<std::string>{"Fin", "-", "Origine"}));
     EXPECT_EQ(again.GetIso("Origine"), "G90<R>M30");
     EXPECT_EQ(again.GetIso("-"), "");
@@ -88,22 +90,23 @@ TEST_F(ListsTest, InsertIsoSavesEachInsertionAtItsOrderAndReadsItBack) {
     EXPECT_EQ(again.GetBmp("Fin"), "pic");
 }
 
-TEST_F(ListsTest, InsertIsoDeletingTheSecondOfThreeAndRefillingLeavesTwoOrders) {
-    clsInsertIso list;
-    list.Init(iso_);
+// Delete takes the position in the collection, not the displayed order; the orders keep their gap
+// until the list is refilled, and nothing is saved before.
+TEST_F(ListsTest, InsertIsoDeleteTakesThePositionAndSavingWaitsForTheRefill) {
+    clsInsertIso list = Loaded<clsInsertIso>(iso_);
     for (const char* name : {"A", "B", "C"}) list.AddIso(name);
-    ASSERT_TRUE(list.Delete(2));
-    EXPECT_FALSE(list.Save()); // order 3 of 2 insertions: nothing is written before the refill
+    list.SwitchOrdre(1, 2);      // shown as B, A, C
+    ASSERT_TRUE(list.Delete(1)); // the first line shown is B, but position 1 holds A
+    EXPECT_FALSE(list.Save());   // orders 1 and 3 of 2 insertions: nothing is written
     EXPECT_EQ(ReadBytes(iso_), "");
-    EXPECT_EQ(list.RenumberByOrder(), (std::vector<std::string>{"A", "C"}));
+    EXPECT_EQ(list.RenumberByOrder(), (std::vector<std::string>{"B", "C"}));
     EXPECT_EQ(list.FNGetInfoIsoByOrder(2).Name(), "C");
     ASSERT_TRUE(list.Save());
-    EXPECT_EQ(ReadBytes(iso_), "[INSERT]\r\nA=iso:|bmp:|Rac:|\r\nC=iso:|bmp:|Rac:|\r\n");
+    EXPECT_EQ(ReadBytes(iso_), "[INSERT]\r\nB=iso:|bmp:|Rac:|\r\nC=iso:|bmp:|Rac:|\r\n");
 }
 
 TEST_F(ListsTest, InsertIsoAnInsertionAddedTwiceIsShownAndSavedOnceWithTheOthersKept) {
-    clsInsertIso list;
-    list.Init(iso_);
+    clsInsertIso list = Loaded<clsInsertIso>(iso_);
     for (const char* name : {"A", "B", "A"}) list.AddIso(name);
     list.SetKey("A", "G0", "", "");
     EXPECT_EQ(list.RenumberByOrder(), (std::vector<std::string>{"A", "B"}));
@@ -111,20 +114,9 @@ TEST_F(ListsTest, InsertIsoAnInsertionAddedTwiceIsShownAndSavedOnceWithTheOthers
     EXPECT_EQ(ReadBytes(iso_), "[INSERT]\r\nA=iso:G0|bmp:|Rac:|\r\nB=iso:|bmp:|Rac:|\r\n");
 }
 
-TEST_F(ListsTest, InsertIsoDeleteTakesTheCollectionPositionNotTheDisplayedOrder) {
-    clsInsertIso list;
-    list.Init(iso_);
-    for (const char* name : {"A", "B", "C"}) list.AddIso(name);
-    list.SwitchOrdre(1, 2); // shown as B, A, C
-    list.Delete(1);         // the first line shown is B, but position 1 holds A
-    EXPECT_EQ(list.RenumberByOrder(), (std::vector<std::string>{"B", "C"}));
-}
-
 TEST_F(ListsTest, InsertIsoChangesThroughAFailedLookUpAreLost) {
-    clsInsertIso list;
-    list.Init(iso_);
-    list.AddIso("A");
-    list.AddIso("A");
+    clsInsertIso list = Loaded<clsInsertIso>(iso_);
+    for (const char* name : {"A", "A"}) list.AddIso(name);
     list.SetKey("A", "second", "", ""); // look-ups by name take the last match
     EXPECT_EQ(list.FNGetInfoIsoByOrder(1).Iso(), "");
     list.FNGetInfoIsoByOrder(7).Name("ghost");
@@ -153,8 +145,7 @@ TEST(ListsShortcut, KeyCodeAndText) {
 // ---------------------------------------------------------------- plans and channels
 
 TEST_F(ListsTest, PlansDefaultsApplyOnAddAndOnLoadButNotOnModify) {
-    clsPlansPDC plans;
-    plans.Init(telvar_);
+    clsPlansPDC plans = Loaded<clsPlansPDC>(telvar_);
     plans.AddPlan("P", "", "", 0, 0, false);
     plans.AddPlan("Q", "X", "Z", 1, 2, true);
     ASSERT_TRUE(plans.Save());
@@ -166,8 +157,7 @@ TEST_F(ListsTest, PlansDefaultsApplyOnAddAndOnLoadButNotOnModify) {
     EXPECT_EQ(ReadBytes(telvar_), "[PLANS]\r\nref:P|LadX:X|LadY:Y|CoeffX:1|CoeffY:1|R:0|\r\n"
                                   "ref:Q|LadX:|LadY:W|CoeffX:0|CoeffY:0.1|R:1|\r\n");
 
-    clsPlansPDC again;
-    again.Init(telvar_);
+    clsPlansPDC again = Loaded<clsPlansPDC>(telvar_);
     EXPECT_EQ(again.FNGetLadX("Q"), "X");
     EXPECT_EQ(again.FNGetCoeffX("Q"), 1.0f);
     EXPECT_EQ(again.FNGetCoeffY("Q"), 0.1f);
@@ -182,8 +172,7 @@ TEST_F(ListsTest, PlansCoefficientsReadAndSaved) {
     WriteBytes(telvar_, "[PLANS]\r\nref:A|LadX:X|LadY:Y|CoeffX:1,5|CoeffY:2.25mm|R:yes|\r\nno tags at all\r\n"
                         "ref:BIG|LadX:X|LadY:Y|CoeffX:1e39|CoeffY:-1e39|R:0|\r\n"
                         "ref:EDGE|LadX:X|LadY:Y|CoeffX:1e-50|CoeffY:3.5e38|R:1|\r\n");
-    clsPlansPDC plans;
-    plans.Init(telvar_);
+    clsPlansPDC plans = Loaded<clsPlansPDC>(telvar_);
     EXPECT_EQ(plans.FNGetCoeffX("A"), 1.0f);
     EXPECT_EQ(plans.FNGetCoeffY("A"), 2.25f);
     EXPECT_FALSE(plans.FNGetProgR("A"));
@@ -212,15 +201,13 @@ TEST_F(ListsTest, ChannelNumbersTakeTheLeadingNumber) {
 }
 
 TEST_F(ListsTest, ChannelsSavesAndReadsTheChannelLines) {
-    clsCanaux channels;
-    channels.Init(telvar_);
+    clsCanaux channels = Loaded<clsCanaux>(telvar_);
     channels.Add("P1", 1, "$1", "");
     channels.Add("P1", 2, "$2", "E");
     ASSERT_TRUE(channels.Save());
     EXPECT_EQ(ReadBytes(telvar_),
               "[CANAUX]\r\nref:P1|Pref:$1|Suff:|Canal:1|\r\nref:P1_1|Pref:$2|Suff:E|Canal:2|\r\n");
-    clsCanaux again;
-    again.Init(telvar_);
+    clsCanaux again = Loaded<clsCanaux>(telvar_);
     EXPECT_EQ(again.FNGetNumCanal("P1_1"), 2);
     EXPECT_EQ(again.FNGetPref("P1_1"), "$2");
     EXPECT_EQ(again.FNGetSuff("P1_1"), "E");

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <optional>
 #include <string>
 
 #include "app/ProgramSettings.h"
@@ -44,8 +42,10 @@ class MachineFixture : public ::testing::Test {
     std::string TelvarPath() const {
         return MachineDir() + "Telvar.ini";
     }
+    // Writes the file as another program would: the next read takes it from the disk.
     void WriteTelvar(const std::string& text) {
         WriteBytes(TelvarPath(), text);
+        ini::ClearCache();
     }
     std::string Value(const std::string& section, const std::string& key, const std::string& path = {}) {
         return ini::GetProfileString(path.empty() ? TelvarPath() : path, section, key, "<missing>");

@@ -39,7 +39,6 @@ TEST_F(MachineRead, KeyReadsAsItsKind) {
     };
     for (const Case& c : cases) {
         WriteTelvar(std::string("[") + c.section + "]\r\n" + c.key + "=" + c.text + "\r\n");
-        ini::ClearCache();
         MachineConfig m;
         ASSERT_TRUE(ReadTelvarIni(TelvarPath(), m));
         EXPECT_EQ(Field(m, c.section, c.key), c.expected) << c.key << "=" << c.text;
@@ -92,7 +91,6 @@ TEST_F(MachineRead, MissingOrEmptyKeysGiveDefaults) {
                                        "[SYNTAXE_MO]\r\nCarSepDec=\r\nAbs=\r\nLadS=\r\n"
                                        "[SYNTAXE_CARTOUCHE]\r\nInsertOneCart=\r\n[TELVAR]\r\nSocket=\r\n"}) {
         WriteTelvar(file);
-        ini::ClearCache();
         MachineConfig m;
         m.Socket = 9;
         m.LadS = "Q";
@@ -133,7 +131,6 @@ TEST_F(MachineRead, CountsAreBoundedByTheFile) {
                           {"[CANAUX_ANALYSE]\r\nNbCanalAnalyse=2000000000\r\n", 0, 0}};
     for (const Case& c : cases) {
         WriteTelvar(c.file);
-        ini::ClearCache();
         MachineConfig m;
         m.SetNbActivity(4);
         m.CanalAnalyse.resize(4);
@@ -154,15 +151,12 @@ TEST_F(MachineRead, OutOfRangeEndsTheRead) {
         // [DNC] RefMO is read before every key below; [CANAUX_ANALYSE] comes after them all.
         WriteTelvar(std::string("[DNC]\r\nRefMO=NEW\r\n") + bad +
                     "[CANAUX_ANALYSE]\r\nNbCanalAnalyse=1\r\nRefCanal1=new\r\n");
-        ini::ClearCache();
         const std::string before = ReadBytes(TelvarPath());
         messages.entries.clear();
         MachineConfig m;
         m.CanalAnalyse = {{"old", "", ""}};
         EXPECT_FALSE(ReadTelvarIni(TelvarPath(), m)) << bad;
-        ASSERT_EQ(messages.entries.size(), 1u) << bad;
-        EXPECT_EQ(messages.entries[0].text, "Problème durant l'ouverture du fichier telvar.ini");
-        EXPECT_EQ(messages.entries[0].icon, IconWarning);
+        EXPECT_TRUE(messages.Only("Problème durant l'ouverture du fichier telvar.ini", IconWarning)) << bad;
         EXPECT_EQ(m.RefMO, "NEW") << bad;
         ASSERT_EQ(m.CanalAnalyse.size(), 1u) << bad;
         EXPECT_EQ(m.CanalAnalyse[0].RefCanal, "old") << bad;
@@ -187,9 +181,7 @@ TEST_F(MachineRead, MissingFileLeavesTheRecordAlone) {
     m.RefMO = "KEEP";
     m.MachineDir = "somewhere";
     EXPECT_FALSE(ReadTelvarIni(MachineDir() + "Telvar.ini", m));
-    ASSERT_EQ(messages.entries.size(), 1u);
-    EXPECT_EQ(messages.entries[0].text, "Le fichier d'initialisation du Port DNC est introuvable.");
-    EXPECT_EQ(messages.entries[0].icon, IconCritical);
+    EXPECT_TRUE(messages.Only("Le fichier d'initialisation du Port DNC est introuvable.", IconCritical));
     EXPECT_EQ(m.RefMO, "KEEP");
     EXPECT_EQ(m.MachineDir, "somewhere");
 }

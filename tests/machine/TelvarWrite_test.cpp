@@ -25,140 +25,78 @@ class MachineWrite : public MachineFixture {
     WorkstationValues workstation{"192.168.1.20", "/data/talm/"};
 };
 
+// Sets each field to the value that follows it.
+void Set(MachineConfig&) {}
+template <typename T, typename V, typename... Rest>
+void Set(MachineConfig& m, T MachineConfig::*field, const V& value, const Rest&... rest) {
+    m.*field = value;
+    Set(m, rest...);
+}
+
 // A machine whose every field differs from its default and from its neighbours, so that a key
 // written from the wrong field, or in the wrong place, changes the bytes.
 MachineConfig CompleteMachine(const std::string& machineDir) {
+    using M = MachineConfig;
     MachineConfig m;
     m.MachineDir = machineDir;
-    m.Socket = 77; // read, never written
-    m.PortListen = 5001;
-    m.IconTray = true;
-    m.UseComManager = true;
-    m.IPComManager = "192.168.1.5";
-    m.PortComManager = 4000;
-    m.RefMO = "TOUR1";
-    m.PathFileProgOpen = "/prog/open/";
-    m.PathFileProgSave = "/prog/save/";
-    m.PathArchive = "/prog/archive/";
-    m.PathMacroError = "/macros/erreur.mac";
-    m.CallSyntax = "%P";
-    m.DataAccess = 2;
-    m.Reboot = true;
-    m.ModeGestionBD = 3;
-    m.Methode = 4;
-    m.IsModeEcoute = m.UseRPC = m.ReceivProgCrushed = m.ProgIndice = m.SendFirstAsLast = true;
-    m.NbCanaux = 2;
-    m.TypeMulti = 1;
-    m.PathIsoIni = "/machines/TOUR1/Cycles.ini";
-    m.Techno = -3;
-    m.NumPort = 3;
-    m.Bauds = "9600";
-    m.BaudsEnvoi = "19200";
-    m.DataBit = "7";
-    m.StopBit = "2";
-    m.Parite = "E";
-    m.TimeOut = 30;
-    m.TimeOutEnvoi = 45;
-    m.CtrlFlux = 1;
-    m.EOB = "13,10";
-    m.IsModePassant = true;
-    m.ModeIRQ = 5;
-    m.InBufferSize = 4096;
-    m.OutBufferSize = 2048;
-    m.TimeOutEcoute = 600;
-    m.NbBlocAvance = 10;
-    m.SendCartouche = m.SendEmptyLines = m.CheckReceivBeforeAppel = m.RemonteBD = m.ConcatProgAppel = true;
-    m.Specificite = "LECT_CART";
-    m.CheckModeRecep = "STRICT";
-    m.SepCarMultiAppel = ",";
-    m.NbReceivBeforeAppel = 2;
-    m.CarSepAppel = "/";
-    m.MarqueurDebAppel = "(DEBUT)";
-    m.MarqueurFinAppel = "(FIN)";
-    m.CallMethode = 6;
-    m.CallNumPort = 4;
-    m.CallBauds = "4800";
-    m.CallDataBit = "8";
-    m.CallStopBit = "1";
-    m.CallParite = "N";
-    m.CallCtrlFlux = 2;
-    m.TCarFiltered = "%";
-    m.TCarFilteredBy = "#";
-    m.BOT = "18";
-    m.EOT = "20";
-    m.TempoBeforeSend = 2.5;
-    m.RCarFiltered = "$";
-    m.RCarFilteredBy = "&";
-    m.BOR = "17";
-    m.EOR = "19";
-    m.FiltreLigneRecep = "N*";
-    m.TempoBloc = 0.25;
-    m.TempoCar = -1.75;
-    m.TimeOutModeRecep = 120;
-    m.CodeCN = 12;
-    m.CodeGroupCN = 7;
-    m.CarDebProg = "%";
-    m.CarDebBloc = "N";
-    m.CarBlocOpt = "/";
-    m.CarDebCom = "(";
-    m.CarFinCom = ")";
-    m.NumBloc1 = 10;
-    m.IncrBloc = 5;
-    m.BlocDeb = "G90 G40";
-    m.BlocFin = "M30";
-    m.BlocType = "N10 G1";
-    m.NbTourelle = 2;
-    m.NbPot = 24;
-    m.NbMaxCarBloc = 256;
-    m.CarSepDec = ",";
-    m.ForceSepDec = true;
-    m.FileExt = "nc";
-    m.ProgAuD = true;
-    m.LadR = "Q";
-    m.Abs = "G90.1";
-    m.Rel = "G91.1";
-    m.CodeProgAuD = "G7";
-    m.CodeProgAuR = "G8";
-    m.LadX = "U";
-    m.LadY = "V";
-    m.LadZ = "W";
-    m.CodeVcc = "G196";
-    m.CodeStr = "G197";
-    m.CodeVaMin = "G194";
-    m.CodeVaTr = "G195";
-    m.LadS = "SP";
-    m.ChgtOutil = "M6";
-    m.InsertMode = 1;
-    m.HeaderVisible = true;
+    // [TELVAR] (Socket is read, never written)
+    Set(m, &M::Socket, 77, &M::PortListen, 5001, &M::IconTray, true);
+    // [MANAGER]
+    Set(m, &M::UseComManager, true, &M::IPComManager, "192.168.1.5", &M::PortComManager, 4000);
+    // [DNC]
+    Set(m, &M::RefMO, "TOUR1", &M::PathFileProgOpen, "/prog/open/", &M::PathFileProgSave, "/prog/save/",
+        &M::PathArchive, "/prog/archive/", &M::PathMacroError, "/macros/erreur.mac", &M::CallSyntax, "%P",
+        &M::DataAccess, 2, &M::Reboot, true, &M::ModeGestionBD, 3, &M::Methode, 4, &M::IsModeEcoute, true,
+        &M::UseRPC, true, &M::ReceivProgCrushed, true, &M::ProgIndice, true, &M::SendFirstAsLast, true,
+        &M::NbCanaux, 2, &M::TypeMulti, 1, &M::PathIsoIni, "/machines/TOUR1/Cycles.ini", &M::Techno, -3);
+    // [COMM]
+    Set(m, &M::NumPort, 3, &M::Bauds, "9600", &M::BaudsEnvoi, "19200", &M::DataBit, "7", &M::StopBit, "2",
+        &M::Parite, "E", &M::TimeOut, 30, &M::TimeOutEnvoi, 45, &M::CtrlFlux, 1, &M::EOB, "13,10",
+        &M::IsModePassant, true, &M::ModeIRQ, 5, &M::InBufferSize, 4096, &M::OutBufferSize, 2048,
+        &M::TimeOutEcoute, 600);
+    // [OPTION_DNC]
+    Set(m, &M::NbBlocAvance, 10, &M::SendCartouche, true, &M::SendEmptyLines, true,
+        &M::CheckReceivBeforeAppel, true, &M::RemonteBD, true, &M::ConcatProgAppel, true, &M::Specificite,
+        "LECT_CART", &M::CheckModeRecep, "STRICT", &M::SepCarMultiAppel, ",", &M::NbReceivBeforeAppel, 2,
+        &M::CarSepAppel, "/", &M::MarqueurDebAppel, "(DEBUT)", &M::MarqueurFinAppel, "(FIN)");
+    // [CALL_COMM]
+    Set(m, &M::CallMethode, 6, &M::CallNumPort, 4, &M::CallBauds, "4800", &M::CallDataBit, "8",
+        &M::CallStopBit, "1", &M::CallParite, "N", &M::CallCtrlFlux, 2);
+    // [OPTION_T]
+    Set(m, &M::TCarFiltered, "%", &M::TCarFilteredBy, "#", &M::BOT, "18", &M::EOT, "20", &M::TempoBeforeSend,
+        2.5);
+    // [OPTION_R]
+    Set(m, &M::RCarFiltered, "$", &M::RCarFilteredBy, "&", &M::BOR, "17", &M::EOR, "19", &M::FiltreLigneRecep,
+        "N*");
+    // [TEMPO]
+    Set(m, &M::TempoBloc, 0.25, &M::TempoCar, -1.75, &M::TimeOutModeRecep, 120);
+    // [SYNTAXE_MO]
+    Set(m, &M::CodeCN, 12, &M::CodeGroupCN, 7, &M::CarDebProg, "%", &M::CarDebBloc, "N", &M::CarBlocOpt, "/",
+        &M::CarDebCom, "(", &M::CarFinCom, ")", &M::NumBloc1, 10, &M::IncrBloc, 5, &M::BlocDeb, "G90 G40",
+        &M::BlocFin, "M30", &M::BlocType, "N10 G1", &M::NbTourelle, 2, &M::NbPot, 24, &M::NbMaxCarBloc, 256,
+        &M::CarSepDec, ",", &M::ForceSepDec, true, &M::FileExt, "nc", &M::ProgAuD, true, &M::LadR, "Q",
+        &M::Abs, "G90.1", &M::Rel, "G91.1", &M::CodeProgAuD, "G7", &M::CodeProgAuR, "G8", &M::LadX, "U",
+        &M::LadY, "V", &M::LadZ, "W", &M::CodeVcc, "G196", &M::CodeStr, "G197", &M::CodeVaMin, "G194",
+        &M::CodeVaTr, "G195", &M::LadS, "SP", &M::ChgtOutil, "M6");
+    // [SYNTAXE_CARTOUCHE]
+    Set(m, &M::InsertMode, 1, &M::HeaderVisible, true, &M::BlocLen, 72, &M::CarCartouche, "*",
+        &M::CompactCartPosition, 3, &M::XML, true, &M::ModeInsert, 2, &M::PosCarCart, 4, &M::CarOrLigneInsert,
+        "N5", &M::InsertOneCart, false, &M::DontUpdateLigneNumProg, true, &M::NbDigitNumProg, 4);
+    // [RESEAU]
+    Set(m, &M::RemoteMethode, 5, &M::RemoteHost, "cn-tour1.atelier", &M::RemotePort, "21",
+        &M::DefaultDirHostSend, "/envoi/", &M::DefaultDirHostReceiv, "/reception/", &M::TalmConnexionRole, 1,
+        &M::UserName, "operateur", &M::UserPassword, "s3cret", &M::DefautFileName, "O0001",
+        &M::NumProgAsFileName, true, &M::DeleteFileReseau, true);
+    // [CHAINAGE]
+    Set(m, &M::ChainExe, "suite.exe");
     m.HeaderText = "Pi\xC3\xA8"
                    "ce d\xC3\xA9"
                    "collet\xC3\xA9"
                    "e";
-    m.BlocLen = 72;
-    m.CarCartouche = "*";
-    m.CompactCartPosition = 3;
-    m.XML = true;
-    m.ModeInsert = 2;
-    m.PosCarCart = 4;
-    m.CarOrLigneInsert = "N5";
-    m.InsertOneCart = false;
-    m.DontUpdateLigneNumProg = true;
-    m.NbDigitNumProg = 4;
-    m.RemoteMethode = 5;
-    m.RemoteHost = "cn-tour1.atelier";
-    m.RemotePort = "21";
-    m.DefaultDirHostSend = "/envoi/";
-    m.DefaultDirHostReceiv = "/reception/";
-    m.TalmConnexionRole = 1;
-    m.UserName = "operateur";
-    m.UserPassword = "s3cret";
-    m.DefautFileName = "O0001";
-    m.NumProgAsFileName = m.DeleteFileReseau = true;
     m.SetNbActivity(2);
     m.Activity[1] = {"Usinage", 10, "U"};
     m.Activity[2] = {"Arr\xC3\xAAt", -3, "A"};
     m.CanalAnalyse = {{"Broche", "1001", "B"}, {"Axe X", "1002", "X"}};
-    m.ChainExe = "suite.exe";
     return m;
 }
 
@@ -295,10 +233,9 @@ TEST_F(MachineWrite, FailureNamesTheMachine) {
         messages.entries.clear();
         machine.MachineDir = folder;
         EXPECT_FALSE(WriteTelvarIni(machine, workstation)) << folder;
-        ASSERT_EQ(messages.entries.size(), 1u) << folder;
-        EXPECT_EQ(messages.entries[0].text,
-                  "Problème durant l'écriture du fichier Telvar.ini de la machine TOUR1");
-        EXPECT_EQ(messages.entries[0].icon, IconWarning);
+        EXPECT_TRUE(messages.Only("Problème durant l'écriture du fichier Telvar.ini de la machine TOUR1",
+                                  IconWarning))
+            << folder;
     }
 }
 

@@ -16,26 +16,12 @@ using test::Native;
 using test::TempDir;
 using test::WriteBytes;
 
-constexpr const char* kCatalogue = "[CN_GROUP]\r\n"
-                                   "ListeCodeGroup=3,1\r\n"
-                                   "[GROUP_3]\r\n"
-                                   "Name=  A  \r\n"
-                                   "ListeCodeModel=10,11\r\n"
-                                   "CarDebProg=%\r\n"
-                                   "CarDebBloc=N\r\n"
-                                   "CarFinCom=)\r\n"
-                                   "Abs=G50\r\n"
-                                   "ForceSepDec=1\r\n"
-                                   "IJRel=yes\r\n"
-                                   "[GROUP_1]\r\n"
-                                   "Name=B\r\n"
-                                   "ListeCodeModel=11,12\r\n"
-                                   "CarDebCom=(\r\n"
-                                   "IJRel=1\r\n"
-                                   "[MODELS]\r\n"
-                                   "Ref_10= Lathe 10 \r\n"
-                                   "Ref_11=Mill 11\r\n"
-                                   "Ref_12=Mill 12\r\n";
+constexpr const char* kCatalogue =
+    "[CN_GROUP]\r\nListeCodeGroup=3,1\r\n"
+    "[GROUP_3]\r\nName=  A  \r\nListeCodeModel=10,11\r\nCarDebProg=%\r\nCarDebBloc=N\r\nCarFinCom=)\r\n"
+    "Abs=G50\r\nForceSepDec=1\r\nIJRel=yes\r\n"
+    "[GROUP_1]\r\nName=B\r\nListeCodeModel=11,12\r\nCarDebCom=(\r\nIJRel=1\r\n"
+    "[MODELS]\r\nRef_10= Lathe 10 \r\nRef_11=Mill 11\r\nRef_12=Mill 12\r\n";
 
 class CatalogueTest : public ::testing::Test {
   protected:

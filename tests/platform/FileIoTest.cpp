@@ -18,11 +18,7 @@ namespace kirva::platform {
 namespace {
 
 namespace fs = std::filesystem;
-using test::ModeOf;
-using test::ReadBytes;
-using test::ScopedUmask;
-using test::TempDir;
-using test::WriteBytes;
+using namespace test;
 
 const auto kAppend = [](const std::string& line) {
     return
@@ -74,7 +70,7 @@ TEST(PlatformFileIo, RefusedReplacementLeavesFileAndFolderAsTheyWere) {
 TEST(PlatformFileIo, WritersAtOnceLoseNothing) {
     TempDir dir;
     const std::string path = dir / "shared.ini";
-    EXPECT_TRUE(test::RunInChildrenAtOnce(3, [&](int) {
+    EXPECT_TRUE(RunInChildrenAtOnce(3, [&](int) {
         for (int i = 0; i < 30; ++i)
             if (Append(path, "x\n") != FileResult::Ok) return false;
         return true;

@@ -13,8 +13,7 @@
 namespace kirva::platform {
 namespace {
 
-using test::ScopedEnv;
-using test::TempDir;
+using namespace test;
 
 // The calling program's side: a datagram socket bound at hwnd-<pid>.sock.
 struct Listener {

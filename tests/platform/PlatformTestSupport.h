@@ -1,41 +1,16 @@
-// Environment and child-process helpers for the platform tests.
+// Environment (support/ScopedEnv.h) and child-process helpers for the platform tests.
 #pragma once
 
-#include <cstdlib>
 #include <functional>
-#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
+#include "support/ScopedEnv.h"
+
 namespace kirva::test {
-
-// Sets (or, with nullptr, removes) an environment variable for the life of the object.
-class ScopedEnv {
-  public:
-    ScopedEnv(const char* name, const char* value) : name_(name) {
-        if (const char* old = std::getenv(name)) old_ = old;
-        if (value != nullptr)
-            ::setenv(name, value, 1);
-        else
-            ::unsetenv(name);
-    }
-    ScopedEnv(const char* name, const std::string& value) : ScopedEnv(name, value.c_str()) {}
-    ~ScopedEnv() {
-        if (old_)
-            ::setenv(name_.c_str(), old_->c_str(), 1);
-        else
-            ::unsetenv(name_.c_str());
-    }
-    ScopedEnv(const ScopedEnv&) = delete;
-    ScopedEnv& operator=(const ScopedEnv&) = delete;
-
-  private:
-    std::string name_;
-    std::optional<std::string> old_;
-};
 
 // Runs `body` in a forked child and returns its result (0..255), or -1 when the child failed.
 inline int RunInChild(const std::function<int()>& body) {

@@ -14,9 +14,7 @@
 namespace kirva::platform {
 namespace {
 
-using test::ReadBytes;
-using test::TempDir;
-using test::WriteBytes;
+using namespace test;
 
 TEST(PlatformProcess, CommandReturnsItsExitCode) {
     TempDir dir;
@@ -69,7 +67,7 @@ TEST(PlatformProcess, WindowsProgramsRunThroughWine) {
     ::chmod((dir / "wine-bin/wine").c_str(), 0755);
     WriteBytes(dir / "no-wine/wine", "not a program"); // not executable: not a wine
     {
-        const test::ScopedEnv path("PATH", dir / "no-wine" + ":" + dir / "wine-bin");
+        const ScopedEnv path("PATH", dir / "no-wine" + ":" + dir / "wine-bin");
         ASSERT_TRUE(StartProgram(program));
         std::string line;
         ASSERT_TRUE(std::getline(std::ifstream(fifo), line));
@@ -77,7 +75,7 @@ TEST(PlatformProcess, WindowsProgramsRunThroughWine) {
         EXPECT_EQ(line, folder + "|1|" + program);
     }
     for (const std::string& path : {dir / "no-wine", std::string("/nonexistent-kirva"), std::string()}) {
-        const test::ScopedEnv noWine("PATH", path);
+        const ScopedEnv noWine("PATH", path);
         EXPECT_FALSE(StartProgram(program)) << path;
     }
 }

@@ -18,12 +18,7 @@ namespace kirva::platform {
 namespace {
 
 namespace fs = std::filesystem;
-using test::ModeOf;
-using test::ReadBytes;
-using test::ScopedEnv;
-using test::ScopedUmask;
-using test::TempDir;
-using test::WriteBytes;
+using namespace test;
 
 constexpr RegRoot kLM = RegRoot::LocalMachine;
 const std::string kKalderon = "SOFTWARE\\MAROVEX\\TALM\\KALDERON";
@@ -132,7 +127,7 @@ TEST_F(PlatformRegistry, ProgramsWritingAtOnceLoseNoValue) {
     const auto name = [](int w, std::uint32_t v) {
         return "W" + std::to_string(w) + "V" + std::to_string(v);
     };
-    ASSERT_TRUE(test::RunInChildrenAtOnce(3, [&](int w) {
+    ASSERT_TRUE(RunInChildrenAtOnce(3, [&](int w) {
         bool ok = true;
         for (std::uint32_t v = 0; v < 20; ++v) ok = RegWriteDword(kLM, kKalderon, name(w, v), v) && ok;
         return ok;

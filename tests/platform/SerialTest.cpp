@@ -12,9 +12,7 @@
 namespace kirva::platform {
 namespace {
 
-using test::ScopedEnv;
-using test::TempDir;
-using test::WriteBytes;
+using namespace test;
 
 class PlatformSerial : public ::testing::Test {
   protected:

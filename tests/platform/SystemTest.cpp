@@ -12,9 +12,7 @@
 namespace kirva::platform {
 namespace {
 
-using test::ScopedEnv;
-using test::TempDir;
-using test::WriteBytes;
+using namespace test;
 
 std::string Formatted(double number) {
     char text[32];
@@ -27,10 +25,9 @@ TEST(PlatformSystem, SecondInstanceIsRefusedWhileTheFirstRuns) {
     ScopedEnv runtime("XDG_RUNTIME_DIR", dir.path().string());
     const auto acquire = [] { return AcquireSingleInstance() ? 1 : 0; };
     // The first instance may ask again (1, 1); a program it starts, which shares its open files, may not (0).
-    EXPECT_EQ(test::RunInChild([&] { return acquire() * 100 + acquire() * 10 + test::RunInChild(acquire); }),
-              110);
+    EXPECT_EQ(RunInChild([&] { return acquire() * 100 + acquire() * 10 + RunInChild(acquire); }), 110);
     EXPECT_TRUE(std::filesystem::exists(dir / "marovex/kirva.lock"));
-    EXPECT_EQ(test::RunInChild(acquire), 1); // the lock went with the first instance
+    EXPECT_EQ(RunInChild(acquire), 1); // the lock went with the first instance
 }
 
 // A locale that writes "1,5", made in a scratch folder so that the test needs no installed one.

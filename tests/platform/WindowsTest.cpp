@@ -23,10 +23,7 @@
 namespace kirva::platform {
 namespace {
 
-using test::ReadBytes;
-using test::ScopedEnv;
-using test::TempDir;
-using test::WriteBytes;
+using namespace test;
 
 constexpr int kWaitMs = 10000; // bound of every wait for another process
 
