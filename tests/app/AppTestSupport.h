@@ -20,6 +20,7 @@
 #include "app/Startup.h"
 #include "machine/MachineFixture.h"
 #include "machine/TelvarFile.h"
+#include "platform/platform.h"
 
 namespace kirva::test {
 
@@ -43,6 +44,13 @@ class AppFixture : public MachineFixture {
         settings.NbDevice = nbDevice;
         settings.PathAppCallingIni = file;
         return settings;
+    }
+    // A new machine "NEUVE" whose server folder is `folder`.
+    MachineConfig& NewMachine(const std::string& folder) {
+        machine = MachineConfig{};
+        machine.Name = machine.RefMO = "NEUVE";
+        machine.PathTelvar = folder;
+        return machine;
     }
     MachineConfig machine;
     ProgramSettings settings;
@@ -94,5 +102,19 @@ struct CallerListener {
     const bool bound = window.Ready();
 };
 #endif
+
+// Where each calling program publishes its window ("AppHwnd").
+inline constexpr const char* kKalderonKey = "SOFTWARE\\MAROVEX\\TALM\\KALDERON";
+inline constexpr const char* kHarbixKey = "SOFTWARE\\MAROVEX\\TALM\\HARBIX";
+
+// Publishes the listener as both calling programs' window: the program manager's handle as text,
+// the transfer program's as a number.
+inline bool PublishCaller(const CallerListener& listener) {
+    const auto root = platform::RegRoot::LocalMachine;
+    return listener.bound &&
+           platform::RegWriteString(root, kKalderonKey, "AppHwnd", std::to_string(listener.Handle())) &&
+           platform::RegWriteDword(root, kHarbixKey, "AppHwnd",
+                                   static_cast<std::uint32_t>(listener.Handle()));
+}
 
 } // namespace kirva::test

@@ -15,9 +15,6 @@
 namespace kirva::test {
 namespace {
 
-const char* const kKalderonKey = "SOFTWARE\\MAROVEX\\TALM\\KALDERON";
-const char* const kHarbixKey = "SOFTWARE\\MAROVEX\\TALM\\HARBIX";
-
 // Answers the questions in the order given (No once they are used up) and records every text.
 class Answers : public MessageService {
   public:
@@ -72,25 +69,21 @@ TEST_F(ApplyTest, ChecksComeInOrderWithTheirWords) {
          "La référence .. ne peut pas servir de nom de fichier : elle contient \"..\"."},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.reference);
         messages.entries.clear();
         state.Settings.Mode = c.mode;
         state.Settings.AppCalling = c.appCalling;
-        EXPECT_EQ(CheckBeforeApply(state.Settings, c.reference, c.folder), c.check) << c.reference;
-        if (*c.message == '\0') {
-            EXPECT_TRUE(messages.entries.empty()) << c.reference;
-        } else {
-            EXPECT_TRUE(messages.Only(c.message, IconCritical)) << c.reference;
-        }
+        EXPECT_EQ(CheckBeforeApply(state.Settings, c.reference, c.folder), c.check);
+        EXPECT_TRUE(*c.message ? messages.Only(c.message, IconCritical)
+                               : ::testing::AssertionResult(messages.entries.empty()));
     }
 }
 
-// Each caller and each kind of edit: what is registered, written, started, saved and sent.
+// Each caller and each kind of edit: what is registered, written, started, saved and sent. A new
+// machine takes the next number and its count is written; a modified one keeps its number.
 TEST_F(ApplyTest, WritesInOrderAndTellsTheCaller) {
     const CallerListener listener(dir.path().string());
-    ASSERT_TRUE(listener.bound);
-    const auto root = platform::RegRoot::LocalMachine;
-    ASSERT_TRUE(platform::RegWriteString(root, kKalderonKey, "AppHwnd", std::to_string(listener.Handle())));
-    ASSERT_TRUE(platform::RegWriteString(root, kHarbixKey, "AppHwnd", std::to_string(listener.Handle())));
+    ASSERT_TRUE(PublishCaller(listener)); // the caller's window published as text, then as a number
     struct Case {
         int mode, appCalling;
         const char* countKey; // the caller's count after the apply
@@ -111,9 +104,7 @@ TEST_F(ApplyTest, WritesInOrderAndTellsTheCaller) {
         fs::create_directories(folder);
         state.Settings = Calling(c.mode, c.appCalling, 2, 2, caller);
         state.ServerFolderCreated = true;
-        machine = MachineConfig{};
-        machine.Name = machine.RefMO = "NEUVE";
-        machine.PathTelvar = folder;
+        NewMachine(folder);
         std::vector<std::string> saved;
         int started = 0;
         ApplyActions actions;
@@ -123,19 +114,19 @@ TEST_F(ApplyTest, WritesInOrderAndTellsTheCaller) {
             return true;
         };
         const ApplyOutcome out = ApplyMachine(state, machine, Remonte(), actions);
-        const std::string label = std::to_string(c.mode) + "/" + std::to_string(c.appCalling);
-        EXPECT_TRUE(out.Registered && out.TelvarWritten && out.Notified) << label;
-        EXPECT_EQ(Value(c.countKey, "NbDevice", caller), c.appCalling == 1 ? "3" : "2") << label;
-        const std::string number = c.appCalling == 1 ? "3" : "2";
-        EXPECT_EQ(Value(c.entry, c.mode == 1 ? "Name" : "RefMO" + number, caller), "NEUVE") << label;
-        EXPECT_EQ(Value("DNC", "RefMO", folder + "Telvar.ini"), "NEUVE") << label;
-        EXPECT_EQ(machine.MachineDir, folder) << label;
-        EXPECT_EQ(started, c.startedAndSaved ? 1 : 0) << label;
-        EXPECT_EQ(out.ListsSaved, c.mode == 1) << label;
-        if (c.mode == 1) {
-            EXPECT_EQ(saved, (std::vector<std::string>{folder + "Iso.ini", folder + "Telvar.ini"}));
-        }
-        EXPECT_EQ(listener.Received(), c.received) << label;
+        SCOPED_TRACE(std::to_string(c.mode) + "/" + std::to_string(c.appCalling));
+        EXPECT_TRUE(out.Registered && out.TelvarWritten && out.Notified);
+        const std::string number = c.appCalling == 1 ? "3" : "2"; // the new count, or the index modified
+        EXPECT_EQ(Value(c.countKey, "NbDevice", caller), number);
+        EXPECT_EQ(state.Settings.NbDevice, std::stoi(number));
+        EXPECT_EQ(Value(c.entry, c.mode == 1 ? "Name" : "RefMO" + number, caller), "NEUVE");
+        EXPECT_EQ(Value("DNC", "RefMO", folder + "Telvar.ini"), "NEUVE");
+        EXPECT_EQ(machine.MachineDir, folder);
+        EXPECT_EQ(started, c.startedAndSaved ? 1 : 0);
+        EXPECT_EQ(out.ListsSaved, c.mode == 1);
+        using Paths = std::vector<std::string>;
+        EXPECT_EQ(saved, (c.mode == 1 ? Paths{folder + "Iso.ini", folder + "Telvar.ini"} : Paths{}));
+        EXPECT_EQ(listener.Received(), c.received);
     }
     EXPECT_TRUE(messages.entries.empty());
 }
@@ -164,6 +155,7 @@ TEST_F(ApplyTest, RefusedWritesAreReportedAndTheOthersStillMade) {
         {"MachineFolderVanished", [&] { fs::remove_all(folder); }, telvarFailed, true, false},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         fs::remove_all(caller);
         fs::remove_all(folder);
         WriteBytes(caller, callerBytes);
@@ -172,22 +164,20 @@ TEST_F(ApplyTest, RefusedWritesAreReportedAndTheOthersStillMade) {
         ini::ClearCache();
         messages.entries.clear();
         state.Settings = Calling(1, 2, 1, 1, caller);
-        machine = MachineConfig{};
-        machine.Name = machine.RefMO = "NEUVE";
-        machine.PathTelvar = folder;
+        NewMachine(folder);
         int saves = 0;
         ApplyActions actions;
         actions.SaveLists = [&saves](const std::string&, const std::string&) { return ++saves < 0; };
         const ApplyOutcome out = ApplyMachine(state, machine, Remonte(), actions);
-        EXPECT_TRUE(messages.Only(c.message, IconWarning)) << c.name;
-        EXPECT_EQ(out.Registered, c.registered) << c.name;
-        EXPECT_EQ(out.TelvarWritten, c.telvarWritten) << c.name;
-        EXPECT_EQ(saves, 1) << c.name; // the lists are still tried
+        EXPECT_TRUE(messages.Only(c.message, IconWarning));
+        EXPECT_EQ(out.Registered, c.registered);
+        EXPECT_EQ(out.TelvarWritten, c.telvarWritten);
+        EXPECT_EQ(saves, 1); // the lists are still tried
         if (!c.registered && fs::is_regular_file(caller)) {
-            EXPECT_EQ(ReadBytes(caller), callerBytes) << c.name;
+            EXPECT_EQ(ReadBytes(caller), callerBytes);
         }
         if (!c.telvarWritten && fs::exists(folder)) {
-            EXPECT_EQ(ReadBytes(folder + "Telvar.ini"), telvarBytes) << c.name;
+            EXPECT_EQ(ReadBytes(folder + "Telvar.ini"), telvarBytes);
         }
         if (fs::exists(caller)) fs::permissions(caller, fs::perms(0644));
         // Windows removes no read-only file: the next case starts from a writable one.
@@ -201,9 +191,7 @@ TEST_F(ApplyTest, NoEntryWithoutItsCount) {
     WriteBytes(caller, "[KALDERON]\r\nNbDevice=2147483647\r\n");
     fs::create_directories(dir / "S");
     state.Settings = Calling(1, 1, 0, 2147483647, caller);
-    machine.Name = machine.RefMO = "NEUVE";
-    machine.PathTelvar = dir / "S/";
-    const ApplyOutcome out = ApplyMachine(state, machine, Remonte(), {});
+    const ApplyOutcome out = ApplyMachine(state, NewMachine(dir / "S/"), Remonte(), {});
     EXPECT_FALSE(out.Registered);
     EXPECT_TRUE(out.TelvarWritten);
     EXPECT_EQ(ReadBytes(caller), "[KALDERON]\r\nNbDevice=2147483647\r\n");
@@ -220,48 +208,42 @@ TEST_F(ApplyTest, ServerFolderFromTheTemplate) {
         std::vector<std::string> questions; // texts shown, in order
     };
     const std::string target = dir / "Telvar/NEUVE/";
+    const std::string create = "Voulez-vous créer le dossier " + target + " ?";
+    const std::string replace = "Le dossier " + target + " existe déjà \r\n Voulez vous le remplacer ?";
+    const std::string old = "[DNC]\r\nRefMO=ANCIENNE\r\n";
     const Case cases[] = {
         {"TemplateMissing", false, false, {MsgAnswer::Yes}, false, {kTemplateMissing}},
-        {"NotWanted", true, false, {MsgAnswer::No}, false, {"Voulez-vous créer le dossier " + target + " ?"}},
-        {"NewFolder", true, false, {MsgAnswer::Yes}, true, {"Voulez-vous créer le dossier " + target + " ?"}},
-        {"NotReplaced",
-         true,
-         true,
-         {MsgAnswer::Yes, MsgAnswer::No},
-         false,
-         {"Voulez-vous créer le dossier " + target + " ?",
-          "Le dossier " + target + " existe déjà \r\n Voulez vous le remplacer ?"}},
-        {"Replaced", true, true, {MsgAnswer::Yes, MsgAnswer::Yes}, true, {}},
+        {"NotWanted", true, false, {MsgAnswer::No}, false, {create}},
+        {"NewFolder", true, false, {MsgAnswer::Yes}, true, {create}},
+        {"NotReplaced", true, true, {MsgAnswer::Yes, MsgAnswer::No}, false, {create, replace}},
+        {"Replaced", true, true, {MsgAnswer::Yes, MsgAnswer::Yes}, true, {create, replace}},
     };
     for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
         fs::remove_all(dir / "Telvar");
         if (c.withTemplate) {
             WriteBytes(Template() + "Telvar.ini", "[DNC]\r\nRefMO=\r\n");
             WriteBytes(Template() + "Bin/Telvar.exe", "server");
             WriteBytes(Template() + "maj_auto_telvareurs.exe", "updater");
         }
-        if (c.targetExists) WriteBytes(target + "Telvar.ini", "[DNC]\r\nRefMO=ANCIENNE\r\n");
-        const std::string before = c.targetExists ? ReadBytes(target + "Telvar.ini") : "";
+        if (c.targetExists) WriteBytes(target + "Telvar.ini", old);
         state.ServerFolderCreated = false;
         machine.MachineDir.clear();
         std::string field;
         const Answers answers(c.answers);
-        EXPECT_EQ(FNCreateDirTelvar(state, machine, "NEUVE", field), c.made) << c.name;
-        if (!c.questions.empty()) {
-            EXPECT_EQ(answers.shown, c.questions) << c.name;
-        }
-        EXPECT_EQ(state.ServerFolderCreated, c.made) << c.name;
-        EXPECT_EQ(field, c.made ? target : "") << c.name;
-        EXPECT_EQ(machine.MachineDir, c.made ? target : "") << c.name;
+        EXPECT_EQ(FNCreateDirTelvar(state, machine, "NEUVE", field), c.made);
+        EXPECT_EQ(answers.shown, c.questions);
+        EXPECT_EQ(state.ServerFolderCreated, c.made);
+        EXPECT_EQ(field, c.made ? target : "");
+        EXPECT_EQ(machine.MachineDir, c.made ? target : "");
         if (c.made) {
-            EXPECT_EQ(ReadBytes(target + "Telvar.ini"), "[DNC]\r\nRefMO=\r\n") << c.name;
-            EXPECT_EQ(ReadBytes(target + "Bin/Telvar.exe"), "server") << c.name;
-            EXPECT_FALSE(fs::exists(target + "maj_auto_telvareurs.exe")) << c.name; // never left behind
-            EXPECT_TRUE(fs::exists(Template() + "maj_auto_telvareurs.exe")) << c.name;
-        } else if (c.targetExists) {
-            EXPECT_EQ(ReadBytes(target + "Telvar.ini"), before) << c.name;
+            EXPECT_EQ(ReadBytes(target + "Telvar.ini"), "[DNC]\r\nRefMO=\r\n");
+            EXPECT_EQ(ReadBytes(target + "Bin/Telvar.exe"), "server");
+            EXPECT_FALSE(fs::exists(target + "maj_auto_telvareurs.exe")); // never left behind
+            EXPECT_TRUE(fs::exists(Template() + "maj_auto_telvareurs.exe"));
         } else {
-            EXPECT_FALSE(fs::exists(target)) << c.name;
+            EXPECT_EQ(ReadBytes(target + "Telvar.ini"), c.targetExists ? old : "");
+            EXPECT_EQ(fs::exists(target), c.targetExists);
         }
     }
 }

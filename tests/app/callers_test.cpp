@@ -1,14 +1,10 @@
-// The calling programs' settings files: the machine entry in both formats, the machine count of
-// a new machine, and the notification as a listening calling program receives it.
+// The calling programs' settings files: the machine entry in both formats, read and written, and
+// the notification skipped where no calling program listens for it. The entry number of a new
+// machine and the notification received are the apply's tests (apply_test.cpp).
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
-
-#ifndef _WIN32
-#include <sys/socket.h>
-#include <sys/un.h>
-#endif
 
 #include "app/AppTestSupport.h"
 
@@ -16,9 +12,6 @@ namespace kirva::test {
 namespace {
 
 const std::string kSep(1, platform::kPathSeparator);
-// Where each calling program publishes its window ("AppHwnd").
-const char* const kKalderonKey = "SOFTWARE\\MAROVEX\\TALM\\KALDERON";
-const char* const kHarbixKey = "SOFTWARE\\MAROVEX\\TALM\\HARBIX";
 
 class CallersTest : public AppFixture {
   protected:
@@ -118,62 +111,24 @@ TEST_F(CallersTest, EntryIsWrittenInTheCallersFormat) {
     EXPECT_TRUE(messages.entries.empty());
 }
 
-TEST_F(CallersTest, WritingToAFolderThatIsNotThereIsReported) {
-    EXPECT_FALSE(WriteCallerEntry(1, dir / "no/such/Kalderon.ini", 1, machine));
-    EXPECT_TRUE(messages.Only("Problème durant l'écriture du fichier " + (dir / "no/such/Kalderon.ini"),
-                              IconWarning));
-}
-
-// A new machine takes the next number and writes the new count to the caller's file; a modified
-// one keeps its number and writes nothing.
-TEST_F(CallersTest, EntryNumberForNewAndModifiedMachines) {
-    struct Case {
-        int mode, appCalling;
-        const char* section;
-        std::int32_t expected;
-    };
-    for (const Case& c : {Case{1, 1, "KALDERON", 5}, Case{2, 1, "HARBIX_MGR", 5}, Case{1, 2, nullptr, 3}}) {
-        const std::string file = dir / ("caller" + std::to_string(c.mode * 10 + c.appCalling) + ".ini");
-        EXPECT_EQ(TakeEntryNumber(Calling(c.mode, c.appCalling, 3, 4, file)), c.expected);
-        EXPECT_EQ(settings.NbDevice, c.section ? 5 : 4);
-        if (c.section)
-            EXPECT_EQ(Value(c.section, "NbDevice", file), "5");
-        else
-            EXPECT_FALSE(fs::exists(file));
-    }
-}
-
-// Each code reaches the caller published in text or as a number.
-TEST_F(CallersTest, CallerReceivesTheNotification) {
-    const CallerListener listener(dir.path().string());
-    ASSERT_TRUE(listener.bound);
-    const auto root = platform::RegRoot::LocalMachine;
-    ASSERT_TRUE(platform::RegWriteString(root, kKalderonKey, "AppHwnd", std::to_string(listener.Handle())));
-    ASSERT_TRUE(
-        platform::RegWriteDword(root, kHarbixKey, "AppHwnd", static_cast<std::uint32_t>(listener.Handle())));
-    const std::tuple<int, int, std::string> calls[] = {{1, 1, "28679 710 0"},
-                                                       {1, 2, "28679 711 0"},
-                                                       {2, 1, "28679 111 0"},
-                                                       {2, 2, "28679 112 0"},
-                                                       {1, 7, ""}};
-    for (const auto& [mode, appCalling, received] : calls) {
-        EXPECT_EQ(NotifyCaller(mode, appCalling), !received.empty()) << mode << appCalling;
-        EXPECT_EQ(listener.Received(), received) << mode << appCalling;
-    }
-    EXPECT_TRUE(messages.entries.empty());
-}
-
+// A calling program that is not one of the two, then handles that designate nothing and (POSIX) a
+// live process that listens on nothing: nothing is sent and nothing said.
 TEST_F(CallersTest, NotificationIsSkippedSilently) {
-    const auto root = platform::RegRoot::LocalMachine;
     EXPECT_FALSE(NotifyCaller(1, 1)); // no key at all
-    // Handles that designate nothing, then (POSIX) a live process that listens on nothing.
+    {
+        const CallerListener listener(dir.path().string());
+        ASSERT_TRUE(PublishCaller(listener));
+        EXPECT_FALSE(NotifyCaller(1, 7));
+        EXPECT_EQ(listener.Received(), "");
+    }
     std::vector<std::string> handles = {"0", "", "abc", "999999999"};
 #ifndef _WIN32
     // On Windows a published handle is a window's: a process id is no case of its own there.
     handles.push_back(std::to_string(::getpid()));
 #endif
     for (const std::string& handle : handles) {
-        ASSERT_TRUE(platform::RegWriteString(root, kKalderonKey, "AppHwnd", handle));
+        ASSERT_TRUE(
+            platform::RegWriteString(platform::RegRoot::LocalMachine, kKalderonKey, "AppHwnd", handle));
         EXPECT_FALSE(NotifyCaller(1, 1)) << handle;
     }
     EXPECT_TRUE(messages.entries.empty());

@@ -12,18 +12,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <utility>
-
-#ifdef _WIN32
 #include <thread>
 
+#ifdef _WIN32
 #include <windows.h>
 #undef StartService // <windows.h> would rename TK_SERVICE::StartService in the tests
-#else
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #endif
 
 #include "support/ScopedEnv.h"
@@ -31,12 +24,12 @@
 
 namespace kirva::test {
 
-// With SC_FIFO set, the start and stop calls (which run without being waited for) write their
-// arguments to that named pipe instead of printing them.
+// With SC_STARTED set, the start and stop calls (which run without being waited for) append their
+// arguments to that file instead of printing them.
 inline constexpr const char* kScStandIn = R"(#!/bin/sh
 printf 'sc %s\n' "$*" >> "$KIRVA_TEST_CALLS"
-if [ -n "$SC_FIFO" ] && { [ "$2" = start ] || [ "$2" = stop ]; }; then
-    printf '%s\n' "$*" > "$SC_FIFO"
+if [ -n "$SC_STARTED" ] && { [ "$2" = start ] || [ "$2" = stop ]; }; then
+    printf '%s\n' "$*" >> "$SC_STARTED"
     exit 0
 fi
 printf '[SC] stand-in\n'
@@ -52,13 +45,8 @@ for arg in "$@"; do printf '[%s]\n' "$arg"; done
 
 class ServiceStandIns {
   public:
-#ifdef _WIN32
-    static constexpr char kPathListSeparator = ';';
-    static constexpr char kSeparator = '\\';
-#else
-    static constexpr char kSeparator = '/';
-    static constexpr char kPathListSeparator = ':';
-#endif
+    static constexpr char kSeparator = static_cast<char>(std::filesystem::path::preferred_separator);
+    static constexpr char kPathListSeparator = kSeparator == '/' ? ':' : ';';
 
     explicit ServiceStandIns(const std::filesystem::path& root)
         : bin_(root / "bin"), programFolder_((root / "exe").string() + kSeparator),
@@ -115,55 +103,6 @@ class ServiceStandIns {
     ScopedEnv callsEnv_;
 };
 
-#ifndef _WIN32
-// The arguments of the sc calls that run without being waited for (start, stop), one line per
-// call, through a named pipe that is open for reading before any such call, so that the stand-in
-// never waits for a reader and a test knows when it has finished (the line is written after the
-// call was noted in the calls file).
-class StartedCommands {
-  public:
-    explicit StartedCommands(const std::filesystem::path& root)
-        : fifo_((root / "sc.fifo").string()), made_(::mkfifo(fifo_.c_str(), 0600) == 0),
-          fd_(made_ ? ::open(fifo_.c_str(), O_RDONLY | O_NONBLOCK) : -1),
-          keepOpen_(fd_ >= 0 ? ::open(fifo_.c_str(), O_WRONLY | O_NONBLOCK) : -1), env_("SC_FIFO", fifo_) {}
-    ~StartedCommands() {
-        if (keepOpen_ >= 0) ::close(keepOpen_);
-        if (fd_ >= 0) ::close(fd_);
-    }
-    StartedCommands(const StartedCommands&) = delete;
-    StartedCommands& operator=(const StartedCommands&) = delete;
-
-    bool Ready() const { return fd_ >= 0 && keepOpen_ >= 0; }
-    // The next call's line (with its line end); what came so far when none completes in 20 s.
-    std::string Next() {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        pollfd watch{fd_, POLLIN, 0};
-        for (;;) {
-            const std::size_t end = pending_.find('\n');
-            if (end != std::string::npos) {
-                std::string line = pending_.substr(0, end + 1);
-                pending_.erase(0, end + 1);
-                return line;
-            }
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                deadline - std::chrono::steady_clock::now());
-            if (left.count() <= 0 || ::poll(&watch, 1, static_cast<int>(left.count())) <= 0) break;
-            char buffer[256];
-            const ssize_t got = ::read(fd_, buffer, sizeof buffer);
-            if (got > 0) pending_.append(buffer, static_cast<std::size_t>(got));
-        }
-        return std::exchange(pending_, std::string());
-    }
-
-  private:
-    std::string fifo_;
-    bool made_;
-    int fd_;
-    int keepOpen_; // a writer of our own: the pipe never reads as closed between two calls
-    ScopedEnv env_;
-    std::string pending_;
-};
-#else
 // The arguments of the sc calls that run without being waited for (start, stop), one line per
 // call, appended by the stand-in to a file that SC_STARTED names (after it noted the call in the
 // calls file). No handle of such a process is at hand: Next() looks at the file until the line
@@ -173,22 +112,18 @@ class StartedCommands {
     explicit StartedCommands(const std::filesystem::path& root)
         : file_((root / "sc-started.txt").string()), env_("SC_STARTED", file_) {}
 
-    bool Ready() const { return true; }
     // The next call's line (with its line end); what came so far when none completes in 20 s.
     std::string Next() {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         for (;;) {
             const std::string text = ReadBytes(file_);
             const std::size_t end = text.find('\n', read_);
-            if (end != std::string::npos) {
-                std::string line = text.substr(read_, end + 1 - read_);
-                read_ = end + 1;
+            const bool late = std::chrono::steady_clock::now() >= deadline;
+            if (end != std::string::npos || late) {
+                const std::size_t next = end != std::string::npos ? end + 1 : text.size();
+                std::string line = next > read_ ? text.substr(read_, next - read_) : std::string();
+                read_ = next;
                 return line;
-            }
-            if (std::chrono::steady_clock::now() >= deadline) {
-                std::string rest = text.size() > read_ ? text.substr(read_) : std::string();
-                read_ = text.size();
-                return rest;
             }
             std::this_thread::yield();
         }
@@ -199,6 +134,5 @@ class StartedCommands {
     ScopedEnv env_;
     std::size_t read_ = 0;
 };
-#endif
 
 } // namespace kirva::test

@@ -56,6 +56,10 @@ std::string Printed(const std::string& first, const std::vector<std::string>& ar
 std::string ScPrinted(const std::string& host, const std::string& verb) {
     return Printed("[SC] stand-in", {kHostPrefix + host, verb, "Srv A", "-"});
 }
+// The log of that command: the command as it ran, then what the stand-in printed.
+std::string ScLogged(const std::string& host, const std::string& verb) {
+    return "sc \\\\" + host + " " + verb + " \"Srv A\"\r\n" + ScPrinted(host, verb);
+}
 // The line of the calls file for the same command.
 std::string ScCall(const std::string& host, const std::string& verb) {
     return "sc " + std::string(kHostPrefix) + host + " " + verb + " Srv A -\n";
@@ -133,8 +137,7 @@ TEST_F(Service, QueryAndDeleteLogTheCommandAndWhatScPrinted) {
         SCOPED_TRACE(c.verb);
         WriteBytes(TelvarPath(), kTelvar);
         ForgetCalls();
-        const std::string command = std::string("sc \\\\CN12 ") + c.verb + " \"Srv A\"";
-        EXPECT_EQ(c.run(context, "Srv A"), command + "\r\n" + ScPrinted("CN12", c.verb));
+        EXPECT_EQ(c.run(context, "Srv A"), ScLogged("CN12", c.verb));
         EXPECT_EQ(Calls(), ScCall("CN12", c.verb));
         EXPECT_EQ(ReadBytes(TelvarPath()), c.telvarAfter);
         EXPECT_FALSE(Exists(standIns.CaptureFile()));
@@ -192,7 +195,6 @@ TEST_F(Service, InstallRunsInstsrvThenWritesTheServiceKeysAndTheFlag) {
 
 TEST_F(Service, StartAndStopRunScWithoutWaitingThenQuery) {
     test::StartedCommands started(dir.path());
-    ASSERT_TRUE(started.Ready());
     struct Case {
         const char* verb;
         Operation run;
@@ -200,26 +202,25 @@ TEST_F(Service, StartAndStopRunScWithoutWaitingThenQuery) {
     const Case cases[] = {{"start", TK_SERVICE::StartService}, {"stop", TK_SERVICE::StopService}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.verb);
-        EXPECT_EQ(c.run(context, "Srv A"), std::string("sc \\\\CN12 ") + c.verb + " \"Srv A\"\r\n" +
-                                               "sc \\\\CN12 query \"Srv A\"\r\n" +
-                                               ScPrinted("CN12", "query"));
+        EXPECT_EQ(c.run(context, "Srv A"),
+                  std::string("sc \\\\CN12 ") + c.verb + " \"Srv A\"\r\n" + ScLogged("CN12", "query"));
         EXPECT_EQ(started.Next(), kHostPrefix + std::string("CN12 ") + c.verb + " Srv A\n");
         EXPECT_FALSE(Exists(standIns.CaptureFile()));
     }
     EXPECT_EQ(ReadBytes(TelvarPath()), kTelvar);
 }
 
+// No host: nothing between the backslashes and the blank, as the command has always been built.
 TEST_F(Service, HostIsReadFromTelvarIniAtEachCall) {
-    EXPECT_EQ(TK_SERVICE::QueryService(context, "Srv A"),
-              "sc \\\\CN12 query \"Srv A\"\r\n" + ScPrinted("CN12", "query"));
-    WriteBytes(TelvarPath(), "[TELVAR]\r\nHostName = atelier-7 \r\n");
-    EXPECT_EQ(TK_SERVICE::QueryService(context, "Srv A"),
-              "sc \\\\atelier-7 query \"Srv A\"\r\n" + ScPrinted("atelier-7", "query"));
-    // No host: nothing between the backslashes and the blank, as the command has always been built.
-    WriteBytes(TelvarPath(), "[TELVAR]\r\nPortListen=4000\r\n");
-    EXPECT_EQ(TK_SERVICE::QueryService(context, "Srv A"),
-              "sc \\\\ query \"Srv A\"\r\n" + ScPrinted("", "query"));
-    EXPECT_EQ(Calls(), ScCall("CN12", "query") + ScCall("atelier-7", "query") + ScCall("", "query"));
+    for (const auto& [telvar, host] : {std::pair<std::string, std::string>{kTelvar, "CN12"},
+                                       {"[TELVAR]\r\nHostName = atelier-7 \r\n", "atelier-7"},
+                                       {"[TELVAR]\r\nPortListen=4000\r\n", ""}}) {
+        SCOPED_TRACE(host);
+        WriteBytes(TelvarPath(), telvar);
+        ForgetCalls();
+        EXPECT_EQ(TK_SERVICE::QueryService(context, "Srv A"), ScLogged(host, "query"));
+        EXPECT_EQ(Calls(), ScCall(host, "query"));
+    }
 }
 
 TEST_F(Service, CaptureFileIsGoneAfterEveryCommand) {
@@ -280,11 +281,11 @@ TEST_F(Service, ServiceFlagThatDidNotReachTheDiskIsSaid) {
                                   "Telvar.ini.\r\n"))
         << install;
     EXPECT_EQ(TK_SERVICE::DeleteService({standIns.ProgramFolder(), blocked}, "Srv A"),
-              "sc \\\\ delete \"Srv A\"\r\n" + ScPrinted("", "delete") +
-                  "La clé Service (0) n'a pas pu être écrite dans le fichier " + blocked + "Telvar.ini.\r\n");
+              ScLogged("", "delete") + "La clé Service (0) n'a pas pu être écrite dans le fichier " +
+                  blocked + "Telvar.ini.\r\n");
     // A machine without a folder yet: nothing is written beside the program.
     EXPECT_EQ(TK_SERVICE::DeleteService({standIns.ProgramFolder(), ""}, "Srv A"),
-              "sc \\\\ delete \"Srv A\"\r\n" + ScPrinted("", "delete") +
+              ScLogged("", "delete") +
                   "La clé Service (0) n'a pas été écrite : le dossier de la machine n'est pas connu.\r\n");
     EXPECT_FALSE(Exists("Telvar.ini"));
 }

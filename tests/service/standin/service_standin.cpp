@@ -12,18 +12,6 @@
 
 namespace {
 
-// The program's own name, without folder or extension, in lower case ("sc", "instsrv").
-std::string OwnName(const char* path) {
-    std::string name = path;
-    const std::size_t separator = name.find_last_of("\\/:");
-    if (separator != std::string::npos) name.erase(0, separator + 1);
-    const std::size_t dot = name.rfind('.');
-    if (dot != std::string::npos) name.erase(dot);
-    for (char& c : name)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return name;
-}
-
 // Appends one line at once, with a bare LF, to the file an environment variable names.
 void AppendLine(const char* variable, const std::string& line) {
     const char* path = std::getenv(variable);
@@ -38,12 +26,14 @@ void AppendLine(const char* variable, const std::string& line) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::string self = OwnName(argc > 0 ? argv[0] : "");
+    // Copied as sc.exe and instsrv.exe only: the name it was started by tells which it is.
+    const std::string started = argc > 0 ? argv[0] : "";
+    const bool sc = started.find("instsrv") == std::string::npos;
+    const std::string self = sc ? "sc" : "instsrv";
     std::string arguments;
     for (int i = 1; i < argc; ++i) arguments += (i > 1 ? " " : "") + std::string(argv[i]);
     AppendLine("KIRVA_TEST_CALLS", self + " " + arguments);
 
-    const bool sc = self == "sc";
     if (sc && std::getenv("SC_STARTED") != nullptr && argc > 2 &&
         (std::strcmp(argv[2], "start") == 0 || std::strcmp(argv[2], "stop") == 0)) {
         AppendLine("SC_STARTED", arguments);
