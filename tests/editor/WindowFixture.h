@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QComboBox>
+#include <QFocusEvent>
 #include <QLineEdit>
 #include <QString>
 #include <memory>
@@ -64,12 +65,42 @@ class WindowFixture {
     T* Find(const char* name) const {
         return window->findChild<T*>(QString::fromUtf8(name));
     }
+    // The text box of a line field or of an editable list.
+    QLineEdit* Line(const char* name) const {
+        if (auto* line = Find<QLineEdit>(name)) return line;
+        auto* box = Find<QComboBox>(name);
+        return box == nullptr ? nullptr : box->lineEdit();
+    }
+    // What the window hands to the apply step.
+    MachineConfig Taken() const {
+        MachineConfig m;
+        RemonteState r;
+        window->TakeMachine(m, r);
+        return m;
+    }
+    // Shown and active, as the keyboard needs it.
+    void Show() const {
+        window->show();
+        QApplication::setActiveWindow(window.get());
+    }
 
     TempDir dir;
     ProgramState state;
     RecordingMessages messages;
     std::unique_ptr<frmKirva> window;
 };
+
+// The keyboard focus entering (QEvent::FocusIn) or leaving (QEvent::FocusOut) a field.
+inline void SendFocus(QWidget* field, QEvent::Type type) {
+    QFocusEvent event(type, Qt::TabFocusReason);
+    QCoreApplication::sendEvent(field, &event);
+}
+
+// A choice of the user in a list (a program's setCurrentIndex alone is no choice).
+inline void Choose(QComboBox* box, int index) {
+    box->setCurrentIndex(index);
+    emit box->activated(index);
+}
 
 // Answers every dialog with `answer` (nothing = the user cancelled) and records the titles.
 class FakeDialogs : public DialogService {
@@ -90,10 +121,8 @@ class FakeDialogs : public DialogService {
         return answer;
     }
     std::optional<QString> answer;
-    std::vector<QString> titles;
-    std::vector<QString> starts;
-    int files = 0;
-    int folders = 0;
+    std::vector<QString> titles, starts;
+    int files = 0, folders = 0;
 };
 
 // A test with its window open from the start: modify mode, the program manager calling, no machine.

@@ -21,10 +21,16 @@ struct PanelCase {
     const char* panel;
 };
 
-// Clicking a node brings forward the panel whose whole number is the node's ("Général" is 1, not 1.1).
+// Clicking a node brings forward the panel whose whole number is the node's ("Général" is 1, not 1.1);
+// the nodes stand under their parents, expanded.
 TEST_F(WindowShowPanel, ClickingANodeShowsItsPanel) {
     w.show();
     auto* tree = f.Find<QTreeWidget>("TvwCat");
+    EXPECT_EQ(tree->topLevelItemCount(), 7);
+    QTreeWidgetItem* iso = FindTreeNode(tree, "Iso");
+    ASSERT_NE(iso, nullptr);
+    EXPECT_EQ(iso->parent()->text(0), "Programmation");
+    EXPECT_TRUE(iso->parent()->isExpanded());
     const PanelCase nodes[] = {{"Général", "1"},       {"Gestion", "1.1"},       {"Dossiers", "1.2"},
                                {"Programmation", "2"}, {"Syntaxe", "2.1"},       {"Cartouche", "2.2"},
                                {"Iso", "2.3"},         {"Canaux", "2.4"},        {"DNC", "3"},
@@ -42,15 +48,6 @@ TEST_F(WindowShowPanel, ClickingANodeShowsItsPanel) {
     }
 }
 
-TEST_F(WindowShowPanel, TreeHoldsTheNodesUnderTheirParents) {
-    auto* tree = f.Find<QTreeWidget>("TvwCat");
-    EXPECT_EQ(tree->topLevelItemCount(), 7);
-    QTreeWidgetItem* iso = FindTreeNode(tree, "Iso");
-    ASSERT_NE(iso, nullptr);
-    EXPECT_EQ(iso->parent()->text(0), "Programmation");
-    EXPECT_TRUE(iso->parent()->isExpanded());
-}
-
 TEST(WindowTree, AddTreeNodeRefusesATakenKeyOrAnUnknownParent) {
     QTreeWidget tree;
     ASSERT_NE(AddTreeNode(&tree, "", "DNC", "pan:3|"), nullptr);
@@ -62,27 +59,27 @@ TEST(WindowTree, AddTreeNodeRefusesATakenKeyOrAnUnknownParent) {
     EXPECT_EQ(tree.topLevelItemCount(), 1);
 }
 
+// The whole number is compared, unknown ones are ignored; another pair ahead of the identifier, and
+// the name spelled in upper case, still give the panel.
 TEST_F(WindowShowPanel, ComparesTheWholeNumberAndIgnoresUnknownOnes) {
-    w.ShowPanel("3.2");
-    EXPECT_EQ(w.CurrentPanel(), "3.2");
-    w.ShowPanel("3.");
-    w.ShowPanel("9");
-    w.ShowPanel("");
-    EXPECT_EQ(w.CurrentPanel(), "3.2");
-    EXPECT_EQ(f.Find<QStackedWidget>("stkPanConfig")->count(), 19);
-}
-
-// Another pair ahead of the identifier, and the name spelled in upper case, still give the panel.
-TEST_F(WindowShowPanel, ReadsTheIdentifierAmongOtherPairs) {
+    auto* stack = f.Find<QStackedWidget>("stkPanConfig");
+    EXPECT_EQ(stack->count(), 19);
     auto* panel = f.Find<QScrollArea>("PanConfig_5");
     panel->setProperty("Tag", "aide:cartouche|PAN:2.2|");
-    w.ShowPanel("1");
     w.ShowPanel("2.2");
-    EXPECT_EQ(f.Find<QStackedWidget>("stkPanConfig")->currentWidget(), panel);
+    EXPECT_EQ(w.CurrentPanel(), "2.2");
+    EXPECT_EQ(stack->currentWidget(), panel);
+    w.ShowPanel("2.");
+    w.ShowPanel("9");
+    w.ShowPanel("");
+    EXPECT_EQ(stack->currentWidget(), panel);
 }
 
-// A control anywhere on a panel, on a tab page included, brings its panel (and page) forward.
+// A control anywhere on a panel, on a tab page included, brings its panel (and page) forward; the
+// tree's selection is left as it was, and a control on the window itself brings nothing forward.
 TEST_F(WindowShowPanel, AControlBringsForwardItsPanel) {
+    auto* tree = f.Find<QTreeWidget>("TvwCat");
+    QTreeWidgetItem* before = tree->currentItem();
     const PanelCase controls[] = {
         {"TxtTelvar_1", "1"},    {"TxtTelvar_48", "1"}, {"cboTelvar_50", "1.1"}, {"TxtDnc_13", "1.2"},
         {"cboIso_3", "2"},       {"txtIso_13", "2.1"},  {"optIso_129", "2.2"},   {"txtIso_28", "2.3"},
@@ -97,18 +94,9 @@ TEST_F(WindowShowPanel, AControlBringsForwardItsPanel) {
         EXPECT_EQ(w.CurrentPanel(), c.panel) << c.name;
         EXPECT_TRUE(control->isVisibleTo(&w)) << c.name;
     }
-}
-
-// The tree's selection is left as it was; a control on the window itself brings nothing forward.
-TEST_F(WindowShowPanel, FocusLeavesTheTreeAndIgnoresControlsOutsideThePanels) {
-    auto* tree = f.Find<QTreeWidget>("TvwCat");
-    QTreeWidgetItem* before = tree->currentItem();
-    w.ShowPanel("6");
-    w.SetFocusOnPanOfInfo(f.Find<QPushButton>("cmdExit_0"));
-    EXPECT_EQ(w.CurrentPanel(), "6");
-    w.SetFocusOnPanOfInfo(f.Find<QWidget>("cboDnc_24"));
-    EXPECT_EQ(w.CurrentPanel(), "3.2");
     EXPECT_EQ(tree->currentItem(), before);
+    w.SetFocusOnPanOfInfo(f.Find<QPushButton>("cmdExit_0"));
+    EXPECT_EQ(w.CurrentPanel(), "7");
 }
 
 } // namespace

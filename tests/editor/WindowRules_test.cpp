@@ -1,19 +1,15 @@
 // Field rules of the window: browse buttons, key rules, the serial-port test, the highlight of the
-// field being edited, the command buttons, the catalogue presets and the panel pictures.
+// field being edited, the command buttons, the catalogue's group of a model and the panel pictures.
 #include <gtest/gtest.h>
 
-#include <QCheckBox>
-#include <QComboBox>
 #include <QDir>
 #include <QGroupBox>
 #include <QImage>
 #include <QLabel>
-#include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTest>
-#include <cstdlib>
-#include <optional>
+#include <tuple>
 
 #ifndef _WIN32
 #include <fcntl.h>
@@ -27,6 +23,7 @@
 #include "editor/PanelTree.h"
 #include "editor/PingWidgets.h"
 #include "ini/helpers.h"
+#include "support/ScopedEnv.h"
 
 namespace kirva {
 namespace {
@@ -35,20 +32,27 @@ using test::FakeDialogs;
 using test::WindowFixture;
 using WindowButtons = test::OpenWindow<>;
 using WindowArrays = test::OpenWindow<>;
-using WindowCataloguePresets = test::OpenWindow<>;
 using WindowScreenshots = test::OpenWindow<>;
+
+// A window on machine M1 of the fixture's folder.
+class WindowBrowse : public ::testing::Test {
+  protected:
+    WindowFixture f;
+    std::string machineDir = f.dir / "M1/";
+    frmKirva& w = f.Open([this] {
+        MachineConfig machine;
+        machine.MachineDir = machineDir;
+        return machine;
+    }());
+    FakeDialogs dialogs;
+};
 
 QString Name(const char* array, int member) {
     return QString::fromStdString(ControlName(array, member));
 }
 
 // Every browse button: confirming puts the path in its field, cancelling changes nothing.
-TEST(WindowBrowse, EveryButtonFillsItsFieldOrLeavesItOnCancel) {
-    WindowFixture f;
-    MachineConfig machine;
-    machine.MachineDir = f.dir / "M1/";
-    frmKirva& w = f.Open(machine);
-    FakeDialogs dialogs;
+TEST_F(WindowBrowse, EveryButtonFillsItsFieldOrLeavesItOnCancel) {
     for (const BrowseDef& def : BrowseTable()) {
         if (def.Kind == BrowseKind::SerialTest) continue;
         SCOPED_TRACE(Name(def.Button, def.Member).toStdString());
@@ -75,18 +79,13 @@ TEST(WindowBrowse, EveryButtonFillsItsFieldOrLeavesItOnCancel) {
     EXPECT_EQ(dialogs.files, 2 * 19);
 }
 
-TEST(WindowBrowse, IsoConfigurationStartsInTheMachineFolderAndReloadsTheInsertions) {
-    WindowFixture f;
-    MachineConfig machine;
-    machine.MachineDir = f.dir / "M1/";
-    frmKirva& w = f.Open(machine);
+TEST_F(WindowBrowse, IsoConfigurationStartsInTheMachineFolderAndReloadsTheInsertions) {
     const std::string iso = f.dir / "Autre.ini";
     test::WriteBytes(iso,
                      "[INSERT]\r\nOrigine=iso:G90<R>M30|bmp:|Rac:1113|\r\n-\r\nFin=iso:M30|bmp:|Rac:|\r\n");
-    FakeDialogs dialogs;
     dialogs.answer = QString::fromStdString(iso);
     w.findChild<QPushButton*>("cmdParcourir_12")->click();
-    EXPECT_EQ(dialogs.starts.back(), QString::fromStdString(machine.MachineDir));
+    EXPECT_EQ(dialogs.starts.back(), QString::fromStdString(machineDir));
     EXPECT_EQ(dialogs.titles.back(), "Sélectionner un fichier de configuration ISO");
     EXPECT_EQ(f.Find<QLineEdit>("TxtTelvar_2")->text(),
               QDir::toNativeSeparators(QString::fromStdString(iso)));
@@ -102,22 +101,17 @@ TEST(WindowKeyRules, ReferenceEnablesTheFolderButtonOneKeyBehind) {
     auto* reference = f.Find<QLineEdit>("TxtTelvar_1");
     auto* create = f.Find<QPushButton>("cmdExit_2");
     EXPECT_FALSE(create->isEnabled());
-    QTest::keyClick(reference, Qt::Key_T);
-    EXPECT_EQ(reference->text(), "t");
-    EXPECT_FALSE(create->isEnabled());
-    // Keys that type nothing (a modifier, an arrow) do not count.
-    QTest::keyClick(reference, Qt::Key_Shift);
-    QTest::keyClick(reference, Qt::Key_Left);
-    EXPECT_FALSE(create->isEnabled());
-    QTest::keyClick(reference, Qt::Key_End);
-    QTest::keyClick(reference, Qt::Key_1);
-    EXPECT_TRUE(create->isEnabled());
-    QTest::keyClick(reference, Qt::Key_Backspace);
-    QTest::keyClick(reference, Qt::Key_Backspace);
-    EXPECT_EQ(reference->text(), "");
-    EXPECT_TRUE(create->isEnabled());
-    QTest::keyClick(reference, Qt::Key_Backspace);
-    EXPECT_FALSE(create->isEnabled());
+    // Each key, the text after it and whether the button is then enabled. Keys that type nothing (a
+    // modifier, an arrow) do not count.
+    const std::tuple<Qt::Key, const char*, bool> keys[] = {
+        {Qt::Key_T, "t", false},       {Qt::Key_Shift, "t", false},   {Qt::Key_Left, "t", false},
+        {Qt::Key_End, "t", false},     {Qt::Key_1, "t1", true},       {Qt::Key_Backspace, "t", true},
+        {Qt::Key_Backspace, "", true}, {Qt::Key_Backspace, "", false}};
+    for (const auto& [key, text, enabled] : keys) {
+        QTest::keyClick(reference, key);
+        EXPECT_EQ(reference->text(), text);
+        EXPECT_EQ(create->isEnabled(), enabled) << reference->text().toStdString();
+    }
     create->click();
     EXPECT_EQ(runs, 0);
 }
@@ -173,11 +167,7 @@ TEST(WindowSerialTest, TellsWhetherThePortIsFree) {
     ASSERT_GE(master, 0);
     ASSERT_EQ(::grantpt(master), 0);
     ASSERT_EQ(::unlockpt(master), 0);
-    const std::string slave = ::ptsname(master);
-    const char* before = std::getenv("KIRVA_SERIAL_PORTS");
-    const std::string saved = before ? before : "";
-    ::setenv("KIRVA_SERIAL_PORTS", slave.c_str(), 1);
-
+    const test::ScopedEnv ports("KIRVA_SERIAL_PORTS", std::string(::ptsname(master)));
     WindowFixture f;
     f.Open();
     f.Find<QComboBox>("cboDnc_20")->setEditText("1");
@@ -185,11 +175,6 @@ TEST(WindowSerialTest, TellsWhetherThePortIsFree) {
     f.Find<QPushButton>("cmdParcourir_3")->click();
     f.Find<QPushButton>("cmdParcourir_5")->click();
     ::close(master);
-    if (before)
-        ::setenv("KIRVA_SERIAL_PORTS", saved.c_str(), 1);
-    else
-        ::unsetenv("KIRVA_SERIAL_PORTS");
-
     ASSERT_EQ(f.messages.entries.size(), 2u);
     EXPECT_EQ(f.messages.entries[0].text, "Le port COM 1 existe et n'est occupé par aucune application !");
     EXPECT_EQ(f.messages.entries[1].text, "Le port COM 2 est occupé par une application ou n'existe pas !");
@@ -214,19 +199,16 @@ TEST_F(WindowFocus, HighlightsTheFieldBeingEdited) {
         SCOPED_TRACE(name);
         auto* field = f.Find<QWidget>(name);
         ASSERT_NE(field, nullptr);
-        QLineEdit* text = qobject_cast<QLineEdit*>(field);
-        if (auto* box = qobject_cast<QComboBox*>(field)) text = box->lineEdit();
+        QLineEdit* text = f.Line(name);
         if (text != nullptr) text->setText("12345");
         const QColor before = field->palette().color(QPalette::Base);
         w.SetFocusOnPanOfInfo(field);
-        QFocusEvent in(QEvent::FocusIn, Qt::TabFocusReason);
-        QApplication::sendEvent(field, &in);
+        test::SendFocus(field, QEvent::FocusIn);
         EXPECT_EQ(field->palette().color(QPalette::Base), HighlightColour());
         if (text != nullptr) {
             EXPECT_EQ(text->selectedText(), "12345");
         }
-        QFocusEvent out(QEvent::FocusOut, Qt::TabFocusReason);
-        QApplication::sendEvent(field, &out);
+        test::SendFocus(field, QEvent::FocusOut);
         EXPECT_EQ(field->palette().color(QPalette::Base), before);
         if (text != nullptr) {
             EXPECT_FALSE(text->hasSelectedText());
@@ -234,66 +216,47 @@ TEST_F(WindowFocus, HighlightsTheFieldBeingEdited) {
     }
 }
 
-struct CommandCase {
-    const char* name;
-    const char* caption;
-    const char* panel; // "" for the window's own button bar
-};
-
-class WindowCommands : public test::OpenWindow<::testing::TestWithParam<CommandCase>> {};
-
-// Each command stands on its panel with its caption; only the network test has its action yet.
-TEST_P(WindowCommands, StandOnTheirPanels) {
-    const CommandCase& c = GetParam();
-    auto* button = f.Find<QPushButton>(c.name);
-    ASSERT_NE(button, nullptr);
-    EXPECT_EQ(button->text(), QString::fromUtf8(c.caption));
-    // Every command works; the server folder's waits for a reference (none in this window).
-    EXPECT_EQ(button->isEnabled(), std::string_view(c.name) != "cmdExit_2");
-    w.ShowPanel("7");
-    w.SetFocusOnPanOfInfo(button);
-    EXPECT_EQ(w.CurrentPanel(), *c.panel != '\0' ? c.panel : "7");
+// Each command stands on its panel ("" for the window's own button bar) with its caption.
+TEST_F(WindowButtons, StandOnTheirPanels) {
+    struct Case {
+        const char *name, *caption, *panel;
+    };
+    const Case cases[] = {{"cmdExit_0", "&Modifier", ""},
+                          {"cmdExit_1", "&Annuler", ""},
+                          {"cmdExit_2", "&Créer...", "1"},
+                          {"cmdExit_3", "&Créer...", "1.2"},
+                          {"cmdExit_4", "&Ping !", "3.3"},
+                          {"cmdExit_5", "Paramètres standards", "3"},
+                          {"cmdExit_6", "Paramètres standards", "2.2"},
+                          {"cmdExit_7", "&Ok", "2.4"},
+                          {"cmdExit_8", "&Créer...", "1.2"},
+                          {"cmdExit_9", "&Charger...", "1"},
+                          {"cmdExit_10", "&Exporter...", "1"},
+                          {"cmdExit_11", "&Executer", "1"},
+                          {"cmdExit_12", "&Stopper", "1"},
+                          {"cmdExit_13", "&Créer...", "1.2"},
+                          {"CmdService_1", "Installer le service", "5"},
+                          {"CmdService_2", "Etat du service", "5"},
+                          {"CmdService_3", "Désinstaller le service", "5"},
+                          {"CmdService_4", "Démarrer le service", "5"},
+                          {"CmdService_5", "Arrêter le service", "5"}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto* button = f.Find<QPushButton>(c.name);
+        ASSERT_NE(button, nullptr);
+        EXPECT_EQ(button->text(), QString::fromUtf8(c.caption));
+        // Every command works; the server folder's waits for a reference (none in this window).
+        EXPECT_EQ(button->isEnabled(), std::string_view(c.name) != "cmdExit_2");
+        w.ShowPanel("7");
+        w.SetFocusOnPanOfInfo(button);
+        EXPECT_EQ(w.CurrentPanel(), *c.panel != '\0' ? c.panel : "7");
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    AllMembers, WindowCommands,
-    ::testing::Values(
-        CommandCase{"cmdExit_0", "&Modifier", ""}, CommandCase{"cmdExit_1", "&Annuler", ""},
-        CommandCase{"cmdExit_2", "&Créer...", "1"}, CommandCase{"cmdExit_3", "&Créer...", "1.2"},
-        CommandCase{"cmdExit_4", "&Ping !", "3.3"}, CommandCase{"cmdExit_5", "Paramètres standards", "3"},
-        CommandCase{"cmdExit_6", "Paramètres standards", "2.2"}, CommandCase{"cmdExit_7", "&Ok", "2.4"},
-        CommandCase{"cmdExit_8", "&Créer...", "1.2"}, CommandCase{"cmdExit_9", "&Charger...", "1"},
-        CommandCase{"cmdExit_10", "&Exporter...", "1"}, CommandCase{"cmdExit_11", "&Executer", "1"},
-        CommandCase{"cmdExit_12", "&Stopper", "1"}, CommandCase{"cmdExit_13", "&Créer...", "1.2"},
-        CommandCase{"CmdService_1", "Installer le service", "5"},
-        CommandCase{"CmdService_2", "Etat du service", "5"},
-        CommandCase{"CmdService_3", "Désinstaller le service", "5"},
-        CommandCase{"CmdService_4", "Démarrer le service", "5"},
-        CommandCase{"CmdService_5", "Arrêter le service", "5"}));
-
-using WindowTelvarFrame = test::OpenWindow<>;
-
-TEST_F(WindowTelvarFrame, HoldsTheTelvarCommands) {
+TEST_F(WindowButtons, TelvarFrameHoldsTheTelvarCommands) {
     auto* frame = qobject_cast<QGroupBox*>(f.Find<QPushButton>("cmdExit_9")->parentWidget()->parentWidget());
     ASSERT_NE(frame, nullptr);
     EXPECT_EQ(frame->title(), "Paramètres du Telvareur :");
-}
-
-// Picking a group fills its models and presets the syntax: the group's keys (an absent one empties
-// its field) and the program's own standard codes.
-TEST_F(WindowCataloguePresets, GroupChoicePresetsTheSyntax) {
-    f.Find<QLineEdit>("txtIso_4")->setText("(");
-    f.Find<QLineEdit>("txtIso_20")->setText("G0");
-    auto* groups = f.Find<QComboBox>("cboIso_2");
-    ASSERT_EQ(groups->itemData(0).toInt(), 3);
-    groups->setCurrentIndex(0);
-    emit groups->activated(0);
-    EXPECT_EQ(f.Find<QComboBox>("cboIso_3")->itemText(1), "TC-200");
-    EXPECT_EQ(f.Find<QLineEdit>("txtIso_1")->text(), "%");
-    EXPECT_EQ(f.Find<QLineEdit>("txtIso_4")->text(), "");
-    EXPECT_EQ(f.Find<QLineEdit>("txtIso_20")->text(), "G90");
-    EXPECT_EQ(f.Find<QLineEdit>("txtIso_21")->text(), "G91");
-    EXPECT_TRUE(f.Find<QCheckBox>("chkIso_0")->isChecked());
 }
 
 TEST(WindowCatalogue, ShowsTheGroupOfTheMachineModel) {

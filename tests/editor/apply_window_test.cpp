@@ -3,9 +3,6 @@
 // files on disk byte for byte and the notification that reached the caller.
 #include <gtest/gtest.h>
 
-#include <QComboBox>
-#include <QLineEdit>
-#include <QListWidget>
 #include <QPushButton>
 #include <QTest>
 #include <QTextEdit>
@@ -15,13 +12,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "WindowFixture.h"
 #include "app/AppTestSupport.h"
 #include "app/Startup.h"
 #include "editor/FieldTable.h"
-#include "WindowFixture.h"
 #include "editor/IsoInsertPanel.h"
 #include "editor/frmKirva.h"
-#include "ini/codepage.h"
 #include "machine/Validation.h"
 
 namespace kirva::test {
@@ -43,11 +39,9 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-// Lines joined with CR LF, each ended.
-std::string Lines(std::initializer_list<std::string> lines) {
-    std::string text;
-    for (const std::string& line : lines) text += line + "\r\n";
-    return text;
+// Text with its lines ended by CR LF, as the programs of the workshop write them.
+std::string Crlf(const std::string& text) {
+    return Replaced(text, "\n", "\r\n");
 }
 
 class ApplyWindow : public MachineFixture {
@@ -62,6 +56,31 @@ class ApplyWindow : public MachineFixture {
     std::string Servers() const { return dir / "Telvar/"; }
     std::string CallerFile(int mode) const {
         return dir / (mode == 1 ? "Kalderon/Kalderon.ini" : "Harbix/Harbix.ini");
+    }
+    // The program manager's file of the workshop: TOUR12 and FRAISE.
+    std::string KalderonFile() const {
+        return Crlf("[KALDERON]\nNbDevice=2\n[CNC1]\nName=TOUR12\nPathTelvar=" + Servers() +
+                    "TOUR12/\n[CNC2]\nName=FRAISE\nPathTelvar=" + Servers() + "FRAISE/\n");
+    }
+
+    // The transfer program's file naming these machines, each with its server folder.
+    std::string HarbixFile(std::initializer_list<std::string> names) const {
+        std::string text = "[HARBIX_MGR]\nNbDevice=" + std::to_string(names.size()) + "\n[CNC]\n";
+        int n = 0;
+        for (const std::string& name : names) {
+            const std::string k = std::to_string(++n);
+            text += "RefMO" + k + "=" + name + "\nPathTelvar" + k + "=" + Servers() + name + "/\n";
+        }
+        return Crlf(text);
+    }
+
+    // A new start of the program: nothing cached or held from before, nothing said.
+    void Restart() {
+        ini::ClearCache();
+        App() = ProgramState{};
+        Machine() = MachineConfig{};
+        Remonte() = RemonteState{};
+        messages.entries.clear();
     }
 
     // The workshop: the template server folder (the demo's, with a stand-in server program that
@@ -81,21 +100,13 @@ class ApplyWindow : public MachineFixture {
             ::chmod((templ + "Telvar.exe").c_str(), 0755);
         }
         WriteBytes(dir / "Data/InfoCN.ini", ReadBytes(kSource + "/examples/workshop/Data/InfoCN.ini"));
-        if (mode == 1) {
-            WriteBytes(CallerFile(1), Lines({"[KALDERON]", "NbDevice=2", "[CNC1]", "Name=TOUR12",
-                                             "PathTelvar=" + Servers() + "TOUR12/", "[CNC2]", "Name=FRAISE",
-                                             "PathTelvar=" + Servers() + "FRAISE/"}));
-        } else {
-            WriteBytes(CallerFile(2), Lines({"[HARBIX_MGR]", "NbDevice=2", "[CNC]", "RefMO1=TOUR12",
-                                             "PathTelvar1=" + Servers() + "TOUR12/", "RefMO2=FRAISE",
-                                             "PathTelvar2=" + Servers() + "FRAISE/"}));
-        }
+        WriteBytes(CallerFile(mode), mode == 2 ? HarbixFile({"TOUR12", "FRAISE"}) : KalderonFile());
         WriteBytes(
             dir / "exe/Kirva.ini",
-            Lines({"[KIRVA]", "Mode=" + std::to_string(mode), "AppCalling=" + std::to_string(appCalling),
-                   "CurrentIndexMO=1", "PathDirData=" + Root() + "/Data/",
-                   "DefaultPathDirTelvar=" + Servers(), "NbDevice=2", "PathAppCallingIni=" + CallerFile(mode),
-                   "[CNC]", "RefMO1=TOUR12", "RefMO2=FRAISE"}));
+            Crlf("[KIRVA]\nMode=" + std::to_string(mode) + "\nAppCalling=" + std::to_string(appCalling) +
+                 "\nCurrentIndexMO=1\nPathDirData=" + Root() + "/Data/\nDefaultPathDirTelvar=" + Servers() +
+                 "\nNbDevice=2\nPathAppCallingIni=" + CallerFile(mode) +
+                 "\n[CNC]\nRefMO1=TOUR12\nRefMO2=FRAISE\n"));
         // The caller publishes its window and listens.
         const char* key = mode == 1 ? "SOFTWARE\\MAROVEX\\TALM\\KALDERON" : "SOFTWARE\\MAROVEX\\TALM\\HARBIX";
         ASSERT_TRUE(platform::RegWriteString(platform::RegRoot::LocalMachine, key, "AppHwnd",
@@ -141,11 +152,11 @@ class ApplyWindow : public MachineFixture {
         window->IsoInsertions()->SetInputService([](QWidget*, const QString&) { return QString("Origine"); });
         Click("Cmd_2");
         Find<QTextEdit>("RtbInsert")->setPlainText("G90 G40\nM30");
-        const char* plan[] = {"P1", "X", "Z", "1", "2"};
-        for (int i = 0; i < 5; ++i) Type(("txtPlan_" + std::to_string(i)).c_str(), plan[i]);
+        for (int i = 0; const char* value : {"P1", "X", "Z", "1", "2"})
+            Type(("txtPlan_" + std::to_string(i++)).c_str(), value);
         Click("CmdPlan_0");
-        const char* channel[] = {"C1", "1", "$1", ""};
-        for (int i = 0; i < 4; ++i) Type(("txtCanaux_" + std::to_string(i)).c_str(), channel[i]);
+        for (int i = 0; const char* value : {"C1", "1", "$1", ""})
+            Type(("txtCanaux_" + std::to_string(i++)).c_str(), value);
         Click("CmdCanaux_0");
     }
 
@@ -164,13 +175,11 @@ class ApplyWindow : public MachineFixture {
                 FindField(name.section('_', 0, 0).toStdString(), name.section('_', 1).toInt());
             if (def == nullptr || window->CurrentPanel() != def->Panel) break;
             stops.push_back(name.toStdString());
-            if (auto* line = qobject_cast<QLineEdit*>(field)) {
-                QTest::keyClicks(line, "1");
-            } else if (auto* box = qobject_cast<QComboBox*>(field)) {
+            if (auto* line = qobject_cast<QLineEdit*>(field)) QTest::keyClicks(line, "1");
+            if (auto* box = qobject_cast<QComboBox*>(field)) { // its first entry that is not blank
                 int index = 0;
                 while (index < box->count() - 1 && box->itemText(index).trimmed().isEmpty()) ++index;
-                box->setCurrentIndex(index);
-                emit box->activated(index);
+                Choose(box, index);
             }
         }
         return stops;
@@ -194,8 +203,7 @@ class ApplyWindow : public MachineFixture {
 TEST_F(ApplyWindow, ProgramManagerAddsAMachine) {
     Workshop(1, 1);
     const CallerListener listener(Root());
-    frmKirva& w = Start();
-    (void)w;
+    Start();
     const auto before = Snapshot(dir.path());
     Type("TxtTelvar_1", "tour1"); // part of TOUR12
     Click("cmdExit_0");
@@ -210,9 +218,7 @@ TEST_F(ApplyWindow, ProgramManagerAddsAMachine) {
     Type("TxtTelvar_3", "Tour 123");
     Click("cmdExit_5"); // the DNC panels' standard values
     Type("TxtDnc_35", "0,5");
-    auto* groups = Find<QComboBox>("cboIso_2"); // the catalogue presets the syntax
-    groups->setCurrentIndex(0);
-    emit groups->activated(0);
+    Choose(Find<QComboBox>("cboIso_2"), 0); // the catalogue presets the syntax
     AddLists();
     const auto stops = ApplyFillingWhatItAsks();
     ASSERT_TRUE(window->LastApply().TelvarWritten) << "stopped on " << Stopped();
@@ -226,38 +232,15 @@ TEST_F(ApplyWindow, ProgramManagerAddsAMachine) {
         Replaced(Replaced(ReadBytes(kSource + "/tests/editor/data/new-machine-Telvar.ini"), "@ROOT@", Root()),
                  "@IP@", App().LocalIPAddress);
     EXPECT_EQ(ReadBytes(folder + "Telvar.ini"), expected);
-    EXPECT_EQ(ReadBytes(folder + "Iso.ini"), Lines({"[INSERT]", "Origine=iso:G90 G40<R>M30|bmp:|Rac:|"}));
+    EXPECT_EQ(ReadBytes(folder + "Iso.ini"), "[INSERT]\r\nOrigine=iso:G90 G40<R>M30|bmp:|Rac:|\r\n");
     EXPECT_FALSE(fs::exists(folder + "maj_auto_telvareurs.exe"));
-    EXPECT_EQ(ReadBytes(CallerFile(1)), Lines({"[KALDERON]",
-                                               "NbDevice=3",
-                                               "[CNC1]",
-                                               "Name=TOUR12",
-                                               "PathTelvar=" + Servers() + "TOUR12/",
-                                               "[CNC2]",
-                                               "Name=FRAISE",
-                                               "PathTelvar=" + Servers() + "FRAISE/",
-                                               "[CNC3]",
-                                               "Name=Tour 123",
-                                               "DirTreeView=",
-                                               "PathTelvar=" + folder,
-                                               "PathFileProgOpen=",
-                                               "PathFileProgSave=",
-                                               "PathArchive=",
-                                               "PathFileHead=",
-                                               "PathFileFeet=",
-                                               "OpenInBD=0",
-                                               "ModeGestionBD=1",
-                                               "CoefXYZ=",
-                                               "InsKeyF5=",
-                                               "InsKeyF6=",
-                                               "InsKeyF7=",
-                                               "InsKeyF8=",
-                                               "InsKeyF9=",
-                                               "InsKeyF10=",
-                                               "InsKeyF11=",
-                                               "InsKeyF12=",
-                                               "[CHAINAGE]",
-                                               "ChainExe="}));
+    // The caller's file as it was, one more machine, and its new entry at the end.
+    EXPECT_EQ(ReadBytes(CallerFile(1)),
+              Replaced(KalderonFile(), "NbDevice=2", "NbDevice=3") +
+                  Crlf("[CNC3]\nName=Tour 123\nDirTreeView=\nPathTelvar=" + folder +
+                       "\nPathFileProgOpen=\nPathFileProgSave=\nPathArchive=\nPathFileHead=\nPathFileFeet=\n"
+                       "OpenInBD=0\nModeGestionBD=1\nCoefXYZ=\nInsKeyF5=\nInsKeyF6=\nInsKeyF7=\nInsKeyF8=\n"
+                       "InsKeyF9=\nInsKeyF10=\nInsKeyF11=\nInsKeyF12=\n[CHAINAGE]\nChainExe=\n"));
 }
 
 // The DNC transfer program adds a machine: an entry and a Telvar.ini, but the lists are not saved
@@ -290,12 +273,8 @@ TEST_F(ApplyWindow, HandEditedMachineKeepsEveryByte) {
         SCOPED_TRACE(mode);
         fs::remove_all(dir.path());
         fs::create_directories(dir.path());
-        ini::ClearCache();
-        App() = ProgramState{};
-        Machine() = MachineConfig{};
-        Remonte() = RemonteState{};
+        Restart();
         Workshop(mode, 2, false);
-        messages.entries.clear();
         const CallerListener listener(Root());
         const std::string folder = Servers() + "TOUR12/";
         std::string file = ReadBytes(kSource + "/tests/machine/data/complete-machine.ini");
@@ -304,9 +283,8 @@ TEST_F(ApplyWindow, HandEditedMachineKeepsEveryByte) {
         file = Replaced(file, "RefMO=TOUR1\r\n", "RefMO=TOUR12\r\n  Atelier =  B\xE2timent B\t\r\n");
         file = Replaced(file, "PathData=/data/talm/\r\n", "PathData=" + Root() + "/Data/\r\n");
         file = Replaced(file, "/machines/TOUR1/Cycles.ini", folder + "Cycles.ini");
-        file += Lines({"", "[NOTES]", "Qui=H\xE9l\xE8ne", "[PLANS]",
-                       "ref:P1|LadX:X|LadY:Z|CoeffX:1|CoeffY:2|R:0|", "[CANAUX]",
-                       "ref:C1|Pref:$1|Suff:|Canal:1|"});
+        file += Crlf("\n[NOTES]\nQui=H\xE9l\xE8ne\n[PLANS]\nref:P1|LadX:X|LadY:Z|CoeffX:1|CoeffY:2|R:0|\n"
+                     "[CANAUX]\nref:C1|Pref:$1|Suff:|Canal:1|\n");
         WriteBytes(folder + "Telvar.ini", file);
         Start();
         ASSERT_EQ(Find<QLineEdit>("TxtTelvar_1")->text(), "TOUR12");
@@ -333,7 +311,7 @@ TEST_F(ApplyWindow, RefusedListIsReportedAndTheRestWritten) {
     Workshop(1, 2, false);
     const CallerListener listener(Root());
     const std::string folder = Servers() + "TOUR12/";
-    WriteBytes(folder + "Telvar.ini", Lines({"[DNC]", "RefMO=TOUR12", "PathIsoIni=" + folder + "Iso.ini"}));
+    WriteBytes(folder + "Telvar.ini", Crlf("[DNC]\nRefMO=TOUR12\nPathIsoIni=" + folder + "Iso.ini\n"));
     fs::create_directories(folder + "Iso.ini");
     Start();
     AddLists();
@@ -351,8 +329,7 @@ TEST_F(ApplyWindow, RefusedListIsReportedAndTheRestWritten) {
 // server folder from the template and shows the file; export copies the machine's file.
 TEST_F(ApplyWindow, LoadAndExportThroughTheWindow) {
     Workshop(1, 1, false);
-    const std::string loaded = Lines({"[DNC]", "RefMO=F9", "[TELVAR]", "PortListen=6001"});
-    WriteBytes(dir / "Ailleurs/F9.ini", loaded);
+    WriteBytes(dir / "Ailleurs/F9.ini", "[DNC]\r\nRefMO=F9\r\n[TELVAR]\r\nPortListen=6001\r\n");
     Start();
     FakeDialogs dialogs;
     Click("cmdExit_9");
@@ -389,25 +366,13 @@ TEST_F(ApplyWindow, DemoMachinesApplyAsTheyStand) {
                                Replaced(ReadBytes(entry.path().string()), "@WORKSHOP@", Root()));
             std::string handOff = ReadBytes(dir / "exe/Kirva.ini");
             handOff = Replaced(handOff, "CurrentIndexMO=1", "CurrentIndexMO=" + std::to_string(index));
-            if (mode == 2) {
-                // The transfer program's file names the same machines and folders.
-                std::string harbix = "[HARBIX_MGR]\r\nNbDevice=3\r\n[CNC]\r\n";
-                int n = 0;
-                for (const char* name : {"TOUR_T01", "FRAISEUSE_F02", "MULTI_M03"}) {
-                    const std::string number = std::to_string(++n);
-                    harbix += "RefMO" + number + "=" + name + "\r\nPathTelvar" + number + "=" + Servers() +
-                              name + "/\r\n";
-                }
-                WriteBytes(dir / "Harbix.ini", harbix);
+            if (mode == 2) { // the transfer program's file names the same machines and folders
+                WriteBytes(dir / "Harbix.ini", HarbixFile({"TOUR_T01", "FRAISEUSE_F02", "MULTI_M03"}));
                 handOff = Replaced(handOff, "Mode=1", "Mode=2");
                 handOff = Replaced(handOff, Root() + "/Kalderon/Kalderon.ini", dir / "Harbix.ini");
             }
             WriteBytes(dir / "exe/Kirva.ini", handOff);
-            ini::ClearCache();
-            App() = ProgramState{};
-            Machine() = MachineConfig{};
-            Remonte() = RemonteState{};
-            messages.entries.clear();
+            Restart();
             Start();
             Click("cmdExit_0");
             EXPECT_TRUE(window->LastApply().TelvarWritten) << "stopped on " << Stopped();

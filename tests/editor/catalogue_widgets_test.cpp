@@ -2,10 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <QComboBox>
-#include <QTextBlock>
 #include <QTextCursor>
 #include <QTextEdit>
-#include <QTextFragment>
 
 #include "editor/CatalogueWidgets.h"
 #include "editor/RtfReader.h"

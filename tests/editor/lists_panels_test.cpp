@@ -41,6 +41,18 @@ QStringList Rows(QListWidget* list) {
     return rows;
 }
 
+void Press(QWidget* root, const char* button) {
+    QTest::mouseClick(Find<QAbstractButton>(root, button), Qt::LeftButton);
+}
+
+// The line fields <prefix>0 .. <prefix>count-1 of a panel.
+std::vector<QLineEdit*> Fields(QWidget* root, const std::string& prefix, int count) {
+    std::vector<QLineEdit*> fields;
+    for (int i = 0; i < count; ++i)
+        fields.push_back(Find<QLineEdit>(root, (prefix + std::to_string(i)).c_str()));
+    return fields;
+}
+
 void ClickRow(QListWidget* list, int row) {
     const QRect rect = list->visualItemRect(list->item(row));
     QTest::mouseClick(list->viewport(), Qt::LeftButton, Qt::NoModifier, rect.center());
@@ -72,7 +84,7 @@ class EditorListsIso : public EditorListsTest {
         bmp_ = Find<QLineEdit>(&panel_, "TxtTelvar_55");
         rac_ = Find<QLineEdit>(&panel_, "TxtTelvar_56");
     }
-    void Press(const char* name) { QTest::mouseClick(Find<QAbstractButton>(&panel_, name), Qt::LeftButton); }
+    void Press(const char* name) { kirva::Press(&panel_, name); }
     void Add(const QString& name) {
         answers_ << name;
         Press("Cmd_2");
@@ -103,10 +115,16 @@ TEST_F(EditorListsIso, EditsAreStoredWhenAnotherInsertionIsSelected) {
     rtb_->setPlainText("G90\nM30");
     bmp_->setText("o.bmp");
     ChooseShortcut("Shift + F2");
+    rac_->setFocus(); // the shortcut field takes no key press
+    QTest::keyClicks(rac_, "xyz");
+    QTest::keyClick(rac_, Qt::Key_Backspace);
+    QTest::keyClick(rac_, Qt::Key_Delete);
     EXPECT_EQ(rac_->text(), "Shift + F2");
     Add("Fin");
     EXPECT_EQ(lst_->currentRow(), 1);
     EXPECT_EQ(rtb_->toPlainText(), "");
+    ChooseShortcut("Ctrl + F12");
+    ChooseShortcut(QStringLiteral("Aucun raccourci"));
 
     ClickRow(lst_, 0);
     EXPECT_EQ(rtb_->toPlainText(), "G90\nM30");
@@ -118,17 +136,6 @@ TEST_F(EditorListsIso, EditsAreStoredWhenAnotherInsertionIsSelected) {
     EXPECT_EQ(panel_.List().GetIso("Origine"), "G91");
     ASSERT_TRUE(panel_.Save());
     EXPECT_EQ(ReadBytes(path), "[INSERT]\r\nOrigine=iso:G91|bmp:o.bmp|Rac:1113|\r\nFin=iso:|bmp:|Rac:|\r\n");
-}
-
-TEST_F(EditorListsIso, CancelledOrBlankAnswersChangeNothing) {
-    panel_.Load(dir_ / "Iso.ini");
-    Press("Cmd_2"); // cancelled
-    Add("   ");     // blank
-    EXPECT_EQ(lst_->count(), 0);
-    Add("A");
-    Press("Cmd_4");
-    Add("   ");
-    EXPECT_EQ(Rows(lst_), QStringList{"A"});
 }
 
 TEST_F(EditorListsIso, RenameDeleteAndMove) {
@@ -164,23 +171,18 @@ TEST_F(EditorListsIso, RenameDeleteAndMove) {
     ClickRow(lst_, 1);
     Press("Cmd_1");
     EXPECT_EQ(Rows(lst_), (QStringList{"C", "A"}));
+    // Cancelled or blank answers add nothing and rename nothing.
+    Press("Cmd_2");
+    Add("   ");
+    ClickRow(lst_, 0);
+    Press("Cmd_4");
+    answers_ << "   ";
+    Press("Cmd_4");
+    EXPECT_TRUE(answers_.isEmpty());
+    EXPECT_EQ(Rows(lst_), (QStringList{"C", "A"}));
     ASSERT_TRUE(panel_.Save());
     EXPECT_EQ(ReadBytes(dir_ / "Iso.ini"),
               "[INSERT]\r\nC=iso:c|bmp:|Rac:|\r\nA=iso:a changed|bmp:|Rac:|\r\n");
-}
-
-TEST_F(EditorListsIso, TheShortcutFieldTakesNoKeyPress) {
-    panel_.Load(dir_ / "Iso.ini");
-    Add("A");
-    ChooseShortcut("Ctrl + F12");
-    rac_->setFocus();
-    QTest::keyClicks(rac_, "xyz");
-    QTest::keyClick(rac_, Qt::Key_Backspace);
-    QTest::keyClick(rac_, Qt::Key_Delete);
-    EXPECT_EQ(rac_->text(), "Ctrl + F12");
-    ChooseShortcut(QStringLiteral("Aucun raccourci"));
-    Press("Cmd_3");
-    EXPECT_EQ(panel_.List().GetRac("A"), "");
 }
 
 // ---------------------------------------------------------------- plans and channels
@@ -190,15 +192,14 @@ TEST_F(EditorListsTest, PlansPanelAddsModifiesAndDeletes) {
     PlansPanel panel;
     panel.Load(path);
     auto* list = Find<QListWidget>(&panel, "LstPlans");
-    QLineEdit* txt[5];
-    for (int i = 0; i < 5; ++i) txt[i] = Find<QLineEdit>(&panel, ("txtPlan_" + std::to_string(i)).c_str());
+    const auto txt = Fields(&panel, "txtPlan_", 5);
     auto* chk = Find<QCheckBox>(&panel, "ChkPlan_0");
 
     txt[0]->setText("P");
     txt[1]->setText("");
     txt[3]->setText("1,5");
-    QTest::mouseClick(Find<QPushButton>(&panel, "CmdPlan_0"), Qt::LeftButton);
-    QTest::mouseClick(Find<QPushButton>(&panel, "CmdPlan_0"), Qt::LeftButton);
+    Press(&panel, "CmdPlan_0");
+    Press(&panel, "CmdPlan_0");
     EXPECT_EQ(Rows(list), (QStringList{"P", "P_1"}));
     EXPECT_EQ(txt[1]->text(), "X"); // the new plan is shown, defaults applied
     EXPECT_EQ(txt[3]->text(), "1");
@@ -208,17 +209,15 @@ TEST_F(EditorListsTest, PlansPanelAddsModifiesAndDeletes) {
     txt[2]->setText("Z");
     txt[4]->setText("2.5");
     chk->setChecked(true);
-    QTest::mouseClick(Find<QPushButton>(&panel, "CmdPlan_1"), Qt::LeftButton);
+    Press(&panel, "CmdPlan_1");
     EXPECT_EQ(Rows(list), (QStringList{"Q", "P_1"}));
 
     txt[0]->setText("P_1"); // renaming Q onto P_1 is refused
-    QTest::mouseClick(Find<QPushButton>(&panel, "CmdPlan_1"), Qt::LeftButton);
-    ASSERT_EQ(messages_.entries.size(), 1u);
-    EXPECT_EQ(messages_.entries[0].text, "Le nom P_1 est déjà utilisé !");
-    EXPECT_EQ(messages_.entries[0].icon, IconCritical);
+    Press(&panel, "CmdPlan_1");
+    EXPECT_TRUE(messages_.Only("Le nom P_1 est déjà utilisé !", IconCritical));
     EXPECT_EQ(Rows(list), (QStringList{"Q", "P_1"}));
 
-    QTest::mouseClick(Find<QPushButton>(&panel, "CmdPlan_2"), Qt::LeftButton);
+    Press(&panel, "CmdPlan_2");
     EXPECT_EQ(Rows(list), QStringList{"Q"});
     ASSERT_TRUE(panel.Save());
     EXPECT_EQ(ReadBytes(path), "[PLANS]\r\nref:Q|LadX:X|LadY:Z|CoeffX:1|CoeffY:2.5|R:1|\r\n");
@@ -233,24 +232,23 @@ TEST_F(EditorListsTest, ChannelsPanelAddsModifiesAndDeletes) {
     ChannelsPanel panel;
     panel.Load(path);
     auto* list = Find<QListWidget>(&panel, "LbCanaux");
-    QLineEdit* txt[4];
-    for (int i = 0; i < 4; ++i) txt[i] = Find<QLineEdit>(&panel, ("txtCanaux_" + std::to_string(i)).c_str());
+    const auto txt = Fields(&panel, "txtCanaux_", 4);
 
     txt[0]->setText("CH");
     txt[1]->setText("2a");
     txt[2]->setText("$1");
-    QTest::mouseClick(Find<QPushButton>(&panel, "CmdCanaux_0"), Qt::LeftButton);
-    QTest::mouseClick(Find<QPushButton>(&panel, "CmdCanaux_0"), Qt::LeftButton);
+    Press(&panel, "CmdCanaux_0");
+    Press(&panel, "CmdCanaux_0");
     EXPECT_EQ(Rows(list), (QStringList{"CH", "CH_1"}));
     EXPECT_EQ(txt[1]->text(), "2");
 
     ClickRow(list, 1);
     txt[1]->setText("abc");
     txt[3]->setText("E");
-    QTest::mouseClick(Find<QPushButton>(&panel, "CmdCanaux_1"), Qt::LeftButton);
+    Press(&panel, "CmdCanaux_1");
 
     ClickRow(list, 0);
-    QTest::mouseClick(Find<QPushButton>(&panel, "CmdCanaux_2"), Qt::LeftButton);
+    Press(&panel, "CmdCanaux_2");
     EXPECT_EQ(Rows(list), QStringList{"CH_1"});
     ASSERT_TRUE(panel.Save());
     EXPECT_EQ(ReadBytes(path), "[CANAUX]\r\nref:CH_1|Pref:$1|Suff:E|Canal:0|\r\n");
@@ -290,8 +288,7 @@ TEST_F(EditorListsActivity, TheThirtyThirdChannelIsRefused) {
     for (int i = 0; i < 33; ++i) Menu(0);
     EXPECT_EQ(lvw_->count(), 32);
     EXPECT_EQ(panel_.Channels().size(), 32u);
-    ASSERT_EQ(messages_.entries.size(), 1u);
-    EXPECT_EQ(messages_.entries[0].text, "Le nombre maximal de canaux est atteint !");
+    EXPECT_TRUE(messages_.Only("Le nombre maximal de canaux est atteint !", IconCritical));
     EXPECT_EQ(lvw_->item(31)->text(), "REFERENCE DU CANAL");
     EXPECT_EQ(lvw_->currentRow(), 31);
 }
@@ -300,9 +297,7 @@ TEST_F(EditorListsActivity, DeletingAsksFirst) {
     panel_.SetChannels({{"A", "1001", "a"}, {"B", "1002", "b"}});
     lvw_->setCurrentRow(0);
     Menu(1);
-    ASSERT_EQ(messages_.entries.size(), 1u);
-    EXPECT_EQ(messages_.entries[0].text, "Voulez-vous supprimer le canal sélectionné ?");
-    EXPECT_EQ(messages_.entries[0].icon, IconQuestion);
+    ASSERT_TRUE(messages_.Only("Voulez-vous supprimer le canal sélectionné ?", IconQuestion));
     EXPECT_EQ(messages_.entries[0].buttons, MsgButtons::YesNo);
     EXPECT_EQ(lvw_->count(), 2);
     messages_.Answer(MsgAnswer::Yes);
@@ -314,9 +309,7 @@ TEST_F(EditorListsActivity, DeletingAsksFirst) {
 
 TEST_F(EditorListsActivity, ModifyShowsTheRecordAndEditsGoBackToIt) {
     panel_.SetChannels({{"A", "1001", "a"}, {"B", "1002", "b"}});
-    QLineEdit* field[3];
-    for (int i = 0; i < 3; ++i)
-        field[i] = Find<QLineEdit>(&panel_, ("txtCanalAnalyse_" + std::to_string(i)).c_str());
+    const auto field = Fields(&panel_, "txtCanalAnalyse_", 3);
     lvw_->setCurrentRow(1);
     Menu(2);
     EXPECT_EQ(field[0]->text(), "B");

@@ -2,7 +2,6 @@
 // the log in RtbServices, and the uninstall question; sc and instsrv.exe are stand-ins.
 #include <gtest/gtest.h>
 
-#include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
 #include <QTextEdit>
@@ -58,12 +57,6 @@ QString ScLog(const QString& verb) {
     return "sc \\\\CN12 " + verb + " \"Srv A\"\n[SC] stand-in\n[\\CN12]\n[" + verb + "]\n[Srv A]\n[-]\n";
 }
 
-TEST_F(ServicePanel, QueryShowsTheCommandAndWhatScPrinted) {
-    EXPECT_EQ(Click(2), ScLog("query"));
-    EXPECT_EQ(standIns.Calls(), "sc \\CN12 query Srv A -\n");
-    EXPECT_TRUE(f.messages.entries.empty());
-}
-
 TEST_F(ServicePanel, InstallWrapsTheServerProgramOfTheFolderField) {
     const std::string server = machineFolder + "Telvar.exe"; // the existing file, found in any case
     EXPECT_EQ(Click(1), QString::fromStdString(
@@ -76,26 +69,25 @@ TEST_F(ServicePanel, InstallWrapsTheServerProgramOfTheFolderField) {
     EXPECT_EQ(test::ReadBytes(telvarIni), "[TELVAR]\r\nHostName=CN12\r\nService=1\r\n");
 }
 
-TEST_F(ServicePanel, UninstallAnsweredNoRunsNothingAndEmptiesTheLog) {
-    EXPECT_EQ(Click(2), ScLog("query"));
+// Answered no, the uninstall runs nothing and empties the log; answered yes, it deletes the service
+// and tells to restart.
+TEST_F(ServicePanel, UninstallAsksFirst) {
+    EXPECT_EQ(Click(2), ScLog("query")); // says nothing
     f.messages.Answer(MsgAnswer::No);
     EXPECT_EQ(Click(3), "");
-    ASSERT_EQ(f.messages.entries.size(), 1u);
-    EXPECT_EQ(f.messages.entries[0].text, kQuestion);
-    EXPECT_EQ(f.messages.entries[0].icon, IconQuestion);
+    ASSERT_TRUE(f.messages.Only(kQuestion, IconQuestion));
     EXPECT_EQ(f.messages.entries[0].buttons, MsgButtons::YesNo);
     EXPECT_EQ(standIns.Calls(), "sc \\CN12 query Srv A -\n");
     EXPECT_EQ(test::ReadBytes(telvarIni), kTelvar);
-}
 
-TEST_F(ServicePanel, UninstallAnsweredYesDeletesAndTellsToRestart) {
     f.messages.Answer(MsgAnswer::Yes);
+    f.messages.entries.clear();
     EXPECT_EQ(Click(3), ScLog("delete"));
     ASSERT_EQ(f.messages.entries.size(), 2u);
     EXPECT_EQ(f.messages.entries[0].text, kQuestion);
     EXPECT_EQ(f.messages.entries[1].text, kRestart);
     EXPECT_EQ(f.messages.entries[1].icon, IconInformation);
-    EXPECT_EQ(standIns.Calls(), "sc \\CN12 delete Srv A -\n");
+    EXPECT_EQ(standIns.Calls(), "sc \\CN12 query Srv A -\nsc \\CN12 delete Srv A -\n");
     EXPECT_EQ(test::ReadBytes(telvarIni), "[TELVAR]\r\nHostName=CN12\r\nService=0\r\n");
 }
 

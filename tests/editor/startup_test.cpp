@@ -10,7 +10,6 @@
 #include <QStringList>
 #include <filesystem>
 #include <optional>
-#include <ostream>
 #include <regex>
 #include <string>
 
@@ -52,8 +51,7 @@ bool HasMessage(const std::string& err) {
 struct Outcome {
     int exitCode = -1;
     bool finished = false;
-    std::string out;
-    std::string err;
+    std::string out, err;
 };
 
 // A scratch installation in a fresh temporary folder: a copy of the program in "exe", the
@@ -107,46 +105,36 @@ class Installation {
     fs::path program_ = root_.path() / "exe" / "kirva";
 };
 
-struct Case {
-    const char* name;
-    QStringList arguments;
-    std::optional<std::string> settings; // Kirva.ini beside the program; nullopt = none
-    std::string title;                   // title printed once the window is shown; "" = no window
-    std::string message;                 // a line expected on standard error; "" = no message at all
-};
-
-void PrintTo(const Case& c, std::ostream* os) {
-    *os << c.name;
-}
-
-class StartupBranchTest : public ::testing::TestWithParam<Case> {};
-
-TEST_P(StartupBranchTest, EndsOrShowsTheWindow) {
-    const Case& c = GetParam();
-    Installation install;
-    if (c.settings) install.Write("exe/Kirva.ini", *c.settings);
-    const Outcome outcome = install.Run(c.arguments);
-    ASSERT_TRUE(outcome.finished) << outcome.err;
-    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
-    EXPECT_EQ(outcome.out, c.title.empty() ? std::string() : c.title + "\n");
-    if (c.message.empty()) {
-        EXPECT_FALSE(HasMessage(outcome.err)) << outcome.err;
-    } else {
-        EXPECT_NE(outcome.err.find(c.message + "\n"), std::string::npos) << outcome.err;
+// Each run ends with exit code 0, printing the window's title when it was shown ("" = no window) and
+// the expected message line on standard error ("" = no message at all).
+TEST(StartupTest, EndsOrShowsTheWindow) {
+    struct Case {
+        const char* name;
+        QStringList arguments;
+        std::optional<std::string> settings; // Kirva.ini beside the program; nullopt = none
+        std::string title, message;
+    };
+    const Case cases[] = {
+        {"no switch: ends at once", {}, HandOff(1, 2), "", ""},
+        {"switch among others", {"-platform", "offscreen", "/MRV", "x"}, HandOff(1, 2), kModifyTitle, ""},
+        {"missing hand-off file", {"/MRV"}, std::nullopt, "", kMissingSettings},
+        {"add mode", {"/MRV"}, HandOff(2, 1), kAddTitle, ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Installation install;
+        if (c.settings) install.Write("exe/Kirva.ini", *c.settings);
+        const Outcome outcome = install.Run(c.arguments);
+        ASSERT_TRUE(outcome.finished) << outcome.err;
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        EXPECT_EQ(outcome.out, c.title.empty() ? std::string() : c.title + "\n");
+        if (c.message.empty()) {
+            EXPECT_FALSE(HasMessage(outcome.err)) << outcome.err;
+        } else {
+            EXPECT_NE(outcome.err.find(c.message + "\n"), std::string::npos) << outcome.err;
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    CommandLineAndHandOff, StartupBranchTest,
-    ::testing::Values(Case{"NoSwitchEndsAtOnce", {}, HandOff(1, 2), "", ""},
-                      Case{"SwitchAmongQtAndOtherArguments",
-                           {"-platform", "offscreen", "/MRV", "x"},
-                           HandOff(1, 2),
-                           kModifyTitle,
-                           ""},
-                      Case{"MissingHandOffIsReported", {"/MRV"}, std::nullopt, "", kMissingSettings},
-                      Case{"AddMode", {"/MRV"}, HandOff(2, 1), kAddTitle, ""}),
-    [](const ::testing::TestParamInfo<Case>& info) { return std::string(info.param.name); });
 
 TEST(StartupTest, TitleInTheProgramManagersLanguage) {
     Installation install;

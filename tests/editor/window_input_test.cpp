@@ -1,14 +1,11 @@
 // The window stores exactly what it shows: number fields, the start condition's companion boxes,
 // lists that a stray wheel turn leaves alone, the catalogue presets the user is told about, the
-// add mode's presets, the keyboard, the first size and the language of Qt's own texts.
+// keyboard, the first size and the language of Qt's own texts.
 #include <gtest/gtest.h>
 
 #include <QCheckBox>
-#include <QComboBox>
 #include <QDialogButtonBox>
-#include <QFocusEvent>
 #include <QLabel>
-#include <QLineEdit>
 #include <QPushButton>
 #include <QScreen>
 #include <QStatusBar>
@@ -25,6 +22,7 @@
 namespace kirva {
 namespace {
 
+using test::SendFocus;
 using test::TempDir;
 using test::WindowFixture;
 using test::WriteBytes;
@@ -40,33 +38,11 @@ MachineConfig NumberedMachine() {
     return m;
 }
 
-struct Opened {
-    WindowFixture f;
+struct Opened : WindowFixture {
     frmKirva& w;
     explicit Opened(const MachineConfig& machine = NumberedMachine(), int appCalling = 2)
-        : f(1, appCalling), w(f.Open(machine)) {}
-    QLineEdit* Line(const char* name) {
-        if (auto* line = f.Find<QLineEdit>(name)) return line;
-        auto* box = f.Find<QComboBox>(name);
-        return box == nullptr ? nullptr : box->lineEdit();
-    }
-    MachineConfig Taken() {
-        MachineConfig m;
-        RemonteState r;
-        w.TakeMachine(m, r);
-        return m;
-    }
+        : WindowFixture(1, appCalling), w(Open(machine)) {}
 };
-
-void Enter(QWidget* field) {
-    QFocusEvent in(QEvent::FocusIn, Qt::TabFocusReason);
-    QCoreApplication::sendEvent(field, &in);
-}
-
-void Leave(QWidget* field) {
-    QFocusEvent out(QEvent::FocusOut, Qt::TabFocusReason);
-    QCoreApplication::sendEvent(field, &out);
-}
 
 // Pasting text over the whole field, as the user's Ctrl+V over a selection would.
 void Paste(QLineEdit* line, const QString& text) {
@@ -88,8 +64,7 @@ void TypeOrPaste(QLineEdit* line, const QString& text) {
 // checks what the field shows and what the record takes from it.
 TEST(WindowNumberFields, ShowWhatTheRecordKeeps) {
     struct Case {
-        const char* Field;
-        const char* Input;
+        const char *Field, *Input;
         bool Typed; // key by key instead of pasted
         const char* Shown;
         double Stored;
@@ -117,15 +92,15 @@ TEST(WindowNumberFields, ShowWhatTheRecordKeeps) {
         Opened o;
         QLineEdit* line = o.Line(c.Field);
         ASSERT_NE(line, nullptr);
-        QWidget* field = o.f.Find<QWidget>(c.Field);
-        Enter(field);
+        QWidget* field = o.Find<QWidget>(c.Field);
+        SendFocus(field, QEvent::FocusIn);
         if (c.Typed) {
             line->selectAll();
             QTest::keyClicks(line, QString::fromUtf8(c.Input));
         } else {
             Paste(line, QString::fromUtf8(c.Input));
         }
-        Leave(field);
+        SendFocus(field, QEvent::FocusOut);
         EXPECT_EQ(line->text(), QString::fromUtf8(c.Shown));
         const MachineConfig m = o.Taken();
         const std::string_view name = c.Field;
@@ -140,13 +115,10 @@ TEST(WindowNumberFields, ShowWhatTheRecordKeeps) {
 TEST(WindowStartCondition, CompanionsHoldOnlyWhatReadsBackAsTheSameCondition) {
     struct Case {
         int Condition; // index in the start-condition list
-        const char* Character;
-        const char* Wait;
-        const char* ShownCharacter;
-        const char* ShownWait;
-        const char* Code;
+        const char *Character, *Wait, *ShownCharacter, *ShownWait, *Code;
     };
     const Case cases[] = {
+        {0, "", "", "", "", ""},      // "Rien" as shown: neither box takes input, nothing to take
         {1, "RTS", "", "R", "", "R"}, // one character: "RTS" cannot become "Montée RTS"
         {1, "NS", "", "N", "", "N"},
         {1, " ", "", "", "", "QCQ"},                     // a blank is refused (the file would trim it away)
@@ -159,11 +131,13 @@ TEST(WindowStartCondition, CompanionsHoldOnlyWhatReadsBackAsTheSameCondition) {
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.Character) + " / " + c.Wait);
         Opened o;
-        auto* condition = o.f.Find<QComboBox>("cboDnc_31");
+        auto* condition = o.Find<QComboBox>("cboDnc_31");
         condition->setCurrentIndex(c.Condition);
         QLineEdit* character = o.Line("TxtDnc_37");
         QLineEdit* wait = o.Line("TxtDnc_65");
-        TypeOrPaste(character, QString::fromUtf8(c.Character));
+        EXPECT_EQ(character->isEnabled(), c.Condition != 0); // "Caractère" and "Attente" use it
+        EXPECT_EQ(wait->isEnabled(), c.Condition == 4);      // only "Attente" waits
+        if (character->isEnabled()) TypeOrPaste(character, QString::fromUtf8(c.Character));
         if (wait->isEnabled()) TypeOrPaste(wait, QString::fromUtf8(c.Wait));
         EXPECT_EQ(character->text(), QString::fromUtf8(c.ShownCharacter));
         EXPECT_EQ(wait->text(), QString::fromUtf8(c.ShownWait));
@@ -190,8 +164,7 @@ bool TurnWheel(QWidget* over) {
 
 TEST(WindowWheel, NoListChangesUnderAWheelTurnWithoutTheFocus) {
     Opened o;
-    o.w.show();
-    QApplication::setActiveWindow(&o.w);
+    o.Show();
     auto* hand = o.Line("txtIso_1");
     hand->setText("hand-made");
     int lists = 0;
@@ -208,7 +181,7 @@ TEST(WindowWheel, NoListChangesUnderAWheelTurnWithoutTheFocus) {
     // Not even the catalogue's group list re-presets the syntax.
     EXPECT_EQ(hand->text(), "hand-made");
     // A list that has the focus follows the wheel.
-    auto* parity = o.f.Find<QComboBox>("cboDnc_23");
+    auto* parity = o.Find<QComboBox>("cboDnc_23");
     o.w.ShowPanel(QStringLiteral("3.2"));
     parity->setFocus();
     ASSERT_TRUE(parity->hasFocus());
@@ -216,21 +189,29 @@ TEST(WindowWheel, NoListChangesUnderAWheelTurnWithoutTheFocus) {
     EXPECT_EQ(parity->currentIndex(), 1);
 }
 
+// Picking a group fills its models and presets the syntax: the group's keys (an absent one empties
+// its field) and the program's own standard codes; the user is told what changed.
 TEST(WindowCatalogue, GroupPresetTellsAndMarksTheFieldsItChanged) {
     Opened o;
-    WriteBytes(o.f.dir / "Data/INFOCN/MO_TC-100.RTF", "Tour a deux axes");
-    auto* groups = o.f.Find<QComboBox>("cboIso_2");
-    auto* models = o.f.Find<QComboBox>("cboIso_3");
-    auto* info = o.f.Find<QTextEdit>("rtbInfoMOCN");
-    groups->setCurrentIndex(0);
-    emit groups->activated(0);
-    models->setCurrentIndex(0);
-    emit models->activated(0);
+    WriteBytes(o.dir / "Data/INFOCN/MO_TC-100.RTF", "Tour a deux axes");
+    auto* groups = o.Find<QComboBox>("cboIso_2");
+    auto* models = o.Find<QComboBox>("cboIso_3");
+    auto* info = o.Find<QTextEdit>("rtbInfoMOCN");
+    o.Line("txtIso_4")->setText("(");
+    o.Line("txtIso_20")->setText("G0");
+    ASSERT_EQ(groups->itemData(0).toInt(), 3);
+    test::Choose(groups, 0);
+    EXPECT_EQ(models->itemText(1), "TC-200");
+    EXPECT_EQ(o.Line("txtIso_1")->text(), "%");
+    EXPECT_EQ(o.Line("txtIso_4")->text(), "");
+    EXPECT_EQ(o.Line("txtIso_20")->text(), "G90");
+    EXPECT_EQ(o.Line("txtIso_21")->text(), "G91");
+    EXPECT_TRUE(o.Find<QCheckBox>("chkIso_0")->isChecked());
+    test::Choose(models, 0);
     ASSERT_EQ(info->toPlainText(), "Tour a deux axes");
 
     o.Line("txtIso_20")->setText("G0"); // by hand; group 5 gives ":" and "G90" back
-    groups->setCurrentIndex(1);
-    emit groups->activated(1);
+    test::Choose(groups, 1);
     // No model is chosen: no model's information stays on screen.
     EXPECT_EQ(models->currentIndex(), -1);
     EXPECT_EQ(info->toPlainText(), "");
@@ -240,12 +221,12 @@ TEST(WindowCatalogue, GroupPresetTellsAndMarksTheFieldsItChanged) {
     EXPECT_TRUE(status.contains("Code absolu")) << status.toStdString();
     EXPECT_FALSE(status.contains("Type de bloc")) << status.toStdString(); // empty before, empty after
 
-    auto* label = o.f.Find<QLabel>("lbl_txtIso_1");
+    auto* label = o.Find<QLabel>("lbl_txtIso_1");
     ASSERT_NE(label, nullptr);
     EXPECT_EQ(label->palette().color(QPalette::WindowText), PresetMarkColour());
     QTest::keyClicks(o.Line("txtIso_1"), "#");
     EXPECT_NE(label->palette().color(QPalette::WindowText), PresetMarkColour());
-    EXPECT_EQ(o.f.Find<QLabel>("lbl_txtIso_20")->palette().color(QPalette::WindowText), PresetMarkColour());
+    EXPECT_EQ(o.Find<QLabel>("lbl_txtIso_20")->palette().color(QPalette::WindowText), PresetMarkColour());
 }
 
 TEST(WindowCatalogue, ANumberTheFieldCannotHoldIsNotPresetAsIfItWere) {
@@ -253,29 +234,17 @@ TEST(WindowCatalogue, ANumberTheFieldCannotHoldIsNotPresetAsIfItWere) {
     WriteBytes(f.state.InfoCNPath, "[CN_GROUP]\r\nListeCodeGroup=7\r\n[GROUP_7]\r\nName=Vieux\r\n"
                                    "NumBloc1=99999\r\nIncrBloc=0010\r\n");
     frmKirva& w = f.Open(NumberedMachine());
-    auto* groups = f.Find<QComboBox>("cboIso_2");
-    groups->setCurrentIndex(0);
-    emit groups->activated(0);
+    test::Choose(f.Find<QComboBox>("cboIso_2"), 0);
     EXPECT_EQ(f.Find<QLineEdit>("txtIso_6")->text(), "");
     EXPECT_EQ(f.Find<QLineEdit>("txtIso_7")->text(), "10");
     EXPECT_TRUE(w.statusBar()->currentMessage().contains("99999"));
-}
-
-TEST(WindowAddMode, OnlyTheTransferMethodIsPreset) {
-    Opened o(MachineConfig(), 1);
-    EXPECT_EQ(o.f.Find<QComboBox>("cboTelvar_31")->currentText(), "Bloc à Bloc");
-    EXPECT_EQ(o.f.Find<QComboBox>("cboDnc_230")->currentIndex(), -1);
-    const MachineConfig m = o.Taken();
-    EXPECT_EQ(m.Methode, 1);
-    EXPECT_EQ(m.CallMethode, 0);
 }
 
 TEST(WindowKeyboard, EnterAppliesAndEscapeCancels) {
     struct Case {
         const char* Focus;
         Qt::Key Key;
-        int Applied;
-        int Cancelled;
+        int Applied, Cancelled;
     };
     const Case cases[] = {
         {"TxtTelvar_3", Qt::Key_Return, 1, 0},
@@ -293,9 +262,8 @@ TEST(WindowKeyboard, EnterAppliesAndEscapeCancels) {
         int applied = 0, cancelled = 0;
         o.w.SetCommandAction(0, [&] { ++applied; });
         o.w.SetCommandAction(1, [&] { ++cancelled; });
-        o.w.show();
-        QApplication::setActiveWindow(&o.w);
-        QWidget* target = o.f.Find<QWidget>(c.Focus);
+        o.Show();
+        QWidget* target = o.Find<QWidget>(c.Focus);
         o.w.SetFocusOnPanOfInfo(target);
         target->setFocus();
         ASSERT_NE(QApplication::focusWidget(), nullptr);
@@ -311,8 +279,7 @@ TEST(WindowKeyboard, EnterTakesTheFieldAsLeavingItWould) {
     std::int32_t portAtApply = -1;
     o.w.SetCommandAction(0, [&] { portAtApply = o.Taken().PortListen; });
     o.w.ShowPanel(QStringLiteral("1"));
-    o.w.show();
-    QApplication::setActiveWindow(&o.w);
+    o.Show();
     QLineEdit* port = o.Line("TxtTelvar_6");
     port->setFocus();
     Paste(port, "-");
@@ -352,24 +319,20 @@ TEST(QtTranslations, FollowTheDictionaryLanguage) {
     EXPECT_EQ(DictionaryLanguage("/opt/talm/exe/Lng/FR.lng"), "fr");
     EXPECT_EQ(DictionaryLanguage("C:\\talm\\exe\\Lng\\EN.lng"), "en");
 
-    struct Case {
-        const char* Dictionary;
-        const char* Cancel;
-    };
-    for (const Case& c : {Case{"FR.lng", "Annuler"}, Case{"EN.lng", "Cancel"}}) {
+    for (const auto& [dictionary, cancel] : {std::pair{"FR.lng", "Annuler"}, std::pair{"EN.lng", "Cancel"}}) {
         TempDir dir;
-        const std::string path = dir / (std::string("Lng/") + c.Dictionary);
+        const std::string path = dir / (std::string("Lng/") + dictionary);
         WriteBytes(path, "[KIRVA]\r\n");
         TK_TRANSLATE::Shared().Init(path);
         const std::unique_ptr<QTranslator> translations =
             InstallQtTranslations(TK_TRANSLATE::Shared().PathDico());
         TK_TRANSLATE::Shared().Init("");
         // Qt ships French texts; its English texts are its own (the English file holds none).
-        if (std::string_view(c.Dictionary) == "FR.lng") {
+        if (std::string_view(dictionary) == "FR.lng") {
             ASSERT_NE(translations, nullptr);
         }
         QDialogButtonBox buttons(QDialogButtonBox::Cancel);
-        EXPECT_EQ(buttons.button(QDialogButtonBox::Cancel)->text().remove('&'), c.Cancel);
+        EXPECT_EQ(buttons.button(QDialogButtonBox::Cancel)->text().remove('&'), cancel);
     }
 }
 
