@@ -92,16 +92,14 @@ void frmKirva::RunServiceCommand(int member) {
     std::function<std::string()> command;
     switch (member) {
     case 1: {
-        auto* folderBox = qobject_cast<QLineEdit*>(Control(QStringLiteral("TxtTelvar"), 48));
-        const std::string folder =
-            folderBox != nullptr ? Trim(folderBox->text().toStdString()) : std::string();
+        const std::string folder = Trim(FieldText(QStringLiteral("TxtTelvar"), 48).toStdString());
         if (folder.empty()) {
             logBox->clear();
             ShowMessage(kNoServerFolder, IconCritical);
             return;
         }
         const std::string server =
-            ServerProgramIn(folder).value_or(AddTrailingBackslash(Trim(folder)) + "telvar.exe");
+            ServerProgramIn(folder).value_or(AddTrailingBackslash(folder) + "telvar.exe");
         command = [&, server] { return TK_SERVICE::InstallService(context, name, server); };
         break;
     }
