@@ -13,7 +13,7 @@
 #include <QPushButton>
 
 #include "editor/ChannelsPanel.h"
-#include "editor/FieldTable.h"
+#include "app/FieldTable.h"
 #include "editor/IsoInsertPanel.h"
 #include "editor/PlansPanel.h"
 #include "editor/frmKirva.h"

@@ -9,7 +9,7 @@
 #include <QValidator>
 #include <optional>
 
-#include "editor/FieldTable.h"
+#include "app/FieldTable.h"
 
 class QWidget;
 

@@ -3,7 +3,6 @@
 #include <QTreeWidget>
 #include <QTreeWidgetItemIterator>
 #include <QVariant>
-#include <array>
 
 #include "ini/helpers.h"
 #include "translate/translate.h"
@@ -12,37 +11,11 @@ namespace kirva {
 
 namespace {
 
-constexpr std::array<TreeNodeDef, 19> kNodes{{
-    {"Général", nullptr, "1"},
-    {"Gestion", "Général", "1.1"},
-    {"Dossiers", "Général", "1.2"},
-    {"Programmation", nullptr, "2"},
-    {"Syntaxe", "Programmation", "2.1"},
-    {"Cartouche", "Programmation", "2.2"},
-    {"Iso", "Programmation", "2.3"},
-    {"Canaux", "Programmation", "2.4"},
-    {"DNC", nullptr, "3"},
-    {"Filtres", "DNC", "3.1"},
-    {"RS 232", "DNC", "3.2"},
-    {"Réseau", "DNC", "3.3"},
-    {"Tempo", "DNC", "3.4"},
-    {"Appel déporté", "DNC", "3.5"},
-    {"Editeur", nullptr, "4"},
-    {"Iso Formes", "Editeur", "4.1"},
-    {"Service", nullptr, "5"},
-    {"PDC", nullptr, "6"},
-    {"Chainage", nullptr, "7"},
-}};
-
 QString Translated(const char* text) {
     return QString::fromStdString(TK_TRANSLATE::TranslateText(text, kDicoSection));
 }
 
 } // namespace
-
-std::span<const TreeNodeDef> TreeNodes() {
-    return kNodes;
-}
 
 QString PanelTag(const char* panel) {
     return QStringLiteral("pan:") + QString::fromUtf8(panel) + QStringLiteral("|");
@@ -79,7 +52,7 @@ QTreeWidgetItem* AddTreeNode(QTreeWidget* nodes, const QString& parentKey, const
 
 void BuildPanelTree(QTreeWidget* nodes) {
     nodes->clear();
-    for (const TreeNodeDef& node : kNodes) {
+    for (const TreeNodeDef& node : TreeNodes()) {
         AddTreeNode(nodes, node.Parent ? Translated(node.Parent) : QString(), Translated(node.Text),
                     PanelTag(node.Panel));
     }

@@ -7,20 +7,13 @@
 
 #include <QString>
 
+#include "app/FieldTable.h"
+
 class QTreeWidget;
 class QTreeWidgetItem;
 class QWidget;
 
 namespace kirva {
-
-struct TreeNodeDef {
-    const char* Text;   // French, translated before use; the translated text is the node's key
-    const char* Parent; // French text of the parent node, nullptr for a top node
-    const char* Panel;  // panel number
-};
-
-// The nodes in the order the tree is built.
-std::span<const TreeNodeDef> TreeNodes();
 
 // "pan:" + panel + "|".
 QString PanelTag(const char* panel);

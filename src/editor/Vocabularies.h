@@ -9,8 +9,8 @@
 
 #include <QString>
 
+#include "app/FieldLists.h"
 #include "app/ProgramSettings.h"
-#include "editor/FieldTable.h"
 #include "machine/Vocabularies.h"
 
 class QComboBox;
@@ -20,18 +20,6 @@ namespace kirva {
 // Item data roles of a filled combo box.
 inline constexpr int kEntryRole = 0x0100 + 10; // the untranslated entry (QString)
 inline constexpr int kIndexRole = 0x0100 + 11; // the index stored for it (int)
-
-struct ListItem {
-    std::string Entry; // the program's own text
-    int Index;         // the value the record stores for it when the field stores an index
-};
-
-// The items a list offers, in the order the combo box shows them: transfer methods from entry 1,
-// machining types without the empty entry, the caller's folder nodes and the site's specific
-// words from the hand-off file. Catalogue lists are filled from InfoCN.ini elsewhere: empty here.
-std::vector<ListItem> ListItems(FieldList list, const ProgramSettings& settings);
-// Whether a list's entries are words shown through the dictionary (numbers are shown as they are).
-bool ListIsTranslated(FieldList list);
 
 // The translated display texts of every fixed list, made once when the window opens.
 class VocabularyCache {

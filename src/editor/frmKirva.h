@@ -3,7 +3,7 @@
 //
 // On the left the tree TvwCat lists the panels by theme; on the right the panels PanConfig_0 ..
 // PanConfig_18 are stacked, each tagged "pan:<number>|" (dynamic property "Tag") like its tree
-// node. The fields are laid out from the field table (editor/FieldTable.h); every control of an
+// node. The fields are laid out from the field table (app/FieldTable.h); every control of an
 // array carries the object name "<array>_<member>".
 #pragma once
 
@@ -17,7 +17,7 @@
 
 #include "app/Apply.h"
 #include "app/ProgramSettings.h"
-#include "editor/FieldTable.h"
+#include "app/FieldTable.h"
 #include "editor/Vocabularies.h"
 #include "machine/ControlCatalogue.h"
 #include "machine/MachineConfig.h"

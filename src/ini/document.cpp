@@ -258,6 +258,28 @@ bool Document::FindValue(std::string_view section, std::string_view key, std::st
     return true;
 }
 
+std::vector<FileLine> Document::Lines() const {
+    std::vector<FileLine> result;
+    std::string section;
+    for (std::size_t i = 0; i < lines_.size(); ++i) {
+        const Line& l = lines_[i];
+        if (l.kind == Kind::Blank || l.kind == Kind::Comment) continue;
+        FileLine line;
+        line.Number = i + 1;
+        line.Name = ToUtf8(Name(l));
+        if (l.kind == Kind::Header) {
+            section = line.Name;
+            line.kind = FileLine::Header;
+        } else {
+            line.kind = l.kind == Kind::Entry ? FileLine::Entry : FileLine::Text;
+            line.Value = ToUtf8(Value(l));
+        }
+        line.Section = section;
+        result.push_back(std::move(line));
+    }
+    return result;
+}
+
 bool Document::SectionText(std::string_view section, std::string& text) const {
     const std::size_t h = FindSection(ToWorking(section));
     if (h == npos) return false;

@@ -1,6 +1,7 @@
 // The parsed text of one INI file. Every line is kept as it was read, with its own line end,
 // and only the lines an edit touches change, so that a file written back differs from the
-// one read exactly where it was edited. Internal to src/ini.
+// one read exactly where it was edited. Internal to src/ini, but for FileLine and Lines(): the
+// numbered lines that the workshop checks report places with.
 #pragma once
 
 #include <cstddef>
@@ -23,6 +24,16 @@ struct Edit {
     std::string value; // ReplaceSection: the entries, separated by NUL
 };
 
+// One line of a file that is neither blank nor a comment, as the engine reads it (UTF-8).
+struct FileLine {
+    enum Kind : std::uint8_t { Header, Entry, Text };
+    std::size_t Number = 0; // from 1
+    Kind kind = Entry;
+    std::string Section; // the section the line stands in (a header: its own name); "" before any
+    std::string Name;    // section name, key, or the bare text of a line without "="
+    std::string Value;   // blanks around it removed
+};
+
 class Document {
   public:
     // The document of a file that does not exist yet: code page 1252, CR LF.
@@ -41,6 +52,9 @@ class Document {
     // The lines of the section that are neither blank nor comments, each as "name=value" (or
     // the bare text of a line without "=") followed by NUL. False when the section is missing.
     bool SectionText(std::string_view section, std::string& text) const;
+
+    // Every header, entry and bare text line in file order, numbered as in the file.
+    std::vector<FileLine> Lines() const;
 
     // Applies an edit; true when the text of the document changed.
     bool Apply(const Edit& edit);

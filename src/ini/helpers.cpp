@@ -176,4 +176,13 @@ std::optional<std::string> ExistingFile(const std::string& path) {
     return platform::FindFileNoCase(path.substr(0, slash), path.substr(slash + 1));
 }
 
+std::filesystem::path PathFromUtf8(const std::string& utf8) {
+    return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
+
+std::string Utf8FromPath(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return std::string(text.begin(), text.end());
+}
+
 } // namespace kirva

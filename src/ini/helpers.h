@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,6 +39,10 @@ std::optional<std::string> ExistingFile(const std::string& path);
 
 // Trims blanks (space, tab) at both ends / at the end only.
 std::string Trim(const std::string& text);
+// A file-system path from UTF-8 text and back (std::filesystem would otherwise take the system's
+// code page for narrow text on Windows).
+std::filesystem::path PathFromUtf8(const std::string& utf8);
+std::string Utf8FromPath(const std::filesystem::path& path);
 std::string TrimRight(const std::string& text);
 std::string ToUpper(const std::string& text); // ASCII and Latin-1 letters of UTF-8 text
 

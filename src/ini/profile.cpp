@@ -143,4 +143,13 @@ void ClearCache() {
     }
 }
 
+platform::FileResult ReadFileLines(const std::string& path, std::vector<FileLine>& lines) {
+    lines.clear();
+    std::string bytes;
+    platform::FileStamp stamp;
+    const platform::FileResult result = platform::ReadWholeFile(path, bytes, stamp);
+    if (result == platform::FileResult::Ok) lines = Document::Parse(bytes).Lines();
+    return result;
+}
+
 } // namespace kirva::ini

@@ -8,6 +8,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "ini/document.h"
+#include "platform/platform.h"
 
 namespace kirva::ini {
 
@@ -69,6 +73,10 @@ class ReadScope {
     ReadScope(const ReadScope&) = delete;
     ReadScope& operator=(const ReadScope&) = delete;
 };
+
+// Every line of a file that is neither blank nor a comment, numbered as in the file, read straight
+// from the disk (not through the engine's documents). Missing, NotAFile or Failed leave lines empty.
+platform::FileResult ReadFileLines(const std::string& path, std::vector<FileLine>& lines);
 
 // Writes what a batch still holds, then drops every cached document (tests, and callers
 // that know a file was replaced).

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "ini/clsIniVar.h"
@@ -250,10 +252,6 @@ constexpr const char* kReadSectionOrder[] = {
     "SYNTAXE_MO", "SYNTAXE_CARTOUCHE", "RESEAU",   "WORKSHOP ACTIVITY", "CANAUX_ANALYSE",
     "CHAINAGE"};
 
-bool SameName(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && ToUpper(std::string(a)) == ToUpper(std::string(b));
-}
-
 std::string PlainNumber(double value) {
     if (value == std::floor(value) && std::fabs(value) < 1e15) {
         return std::to_string(static_cast<long long>(value));
@@ -274,13 +272,18 @@ std::span<const char* const> ReadSections() {
 }
 
 const KeyDef* FindKey(std::string_view section, std::string_view key) {
-    for (const auto& row : Table()) {
-        if (SameName(row.Section, section) &&
-            (SameName(row.Key, key) || SameName(row.KeyForReading(), key))) {
-            return &row;
+    // Every (section, spelling) once, upper-cased; the first row of a name wins.
+    static const std::unordered_map<std::string, const KeyDef*> index = [] {
+        std::unordered_map<std::string, const KeyDef*> rows;
+        for (const auto& row : Table()) {
+            const std::string section = ToUpper(row.Section) + '\0';
+            rows.try_emplace(section + ToUpper(row.Key), &row);
+            rows.try_emplace(section + ToUpper(row.KeyForReading()), &row);
         }
-    }
-    return nullptr;
+        return rows;
+    }();
+    const auto found = index.find(ToUpper(std::string(section)) + '\0' + ToUpper(std::string(key)));
+    return found == index.end() ? nullptr : found->second;
 }
 
 double KindMin(KeyKind kind) {

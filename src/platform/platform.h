@@ -55,6 +55,13 @@ std::string ExecutableFolder();
 // (the program's path is left out, so that a folder named "/MRV" in it does not count).
 std::string CommandLine(int argc, char** argv);
 
+// The arguments of a console program after its own path, as UTF-8 (on Windows from the UTF-16
+// command line, so that any file name survives).
+std::vector<std::string> ProgramArguments(int argc, char** argv);
+// Prepares standard output for UTF-8 text (the console's code page on Windows) and says whether
+// it is a terminal (colours may be used) rather than a file or a pipe.
+bool PrepareConsoleOutput();
+
 // ------------------------------------------------------------------ network
 // Host name of this computer; false with an error text on failure.
 bool LocalHostName(std::string& name, std::string& error);
@@ -98,6 +105,8 @@ std::optional<std::string> FindFileNoCase(const std::string& folder, const std::
 // ------------------------------------------------------------------ serial port
 // The device that stands for COM n on this system (empty when there is none).
 std::string SerialDeviceForPort(int portNumber);
+// Whether this computer has COM n at all, whether or not a program holds it (nothing is opened).
+bool SerialPortExists(int portNumber);
 // Opens COM n for a test and closes it at once. True when the port exists and nobody holds it.
 bool TestSerialPort(int portNumber);
 

@@ -20,10 +20,6 @@ namespace fs = std::filesystem;
 
 constexpr const char* kLineEnd = "\r\n";
 
-fs::path FsPath(const std::string& utf8) {
-    return fs::path(std::u8string(utf8.begin(), utf8.end()));
-}
-
 // The program folder with its separator ("" stays "": the commands then name bare programs).
 std::string ProgramFolder(const ServiceContext& context) {
     return Trim(context.ProgramFolder).empty() ? std::string() : AddTrailingBackslash(context.ProgramFolder);
@@ -68,7 +64,7 @@ std::string RefusedName() {
 // Deletes the capture file, read-only or not. True when no such file is left.
 bool DeleteCapture(const std::string& path) {
     std::error_code ec;
-    const fs::path file = FsPath(path);
+    const fs::path file = PathFromUtf8(path);
     const fs::file_status status = fs::symlink_status(file, ec);
     if (status.type() == fs::file_type::not_found) return true;
     if (status.type() == fs::file_type::regular)

@@ -11,7 +11,7 @@
 #include <map>
 
 #include "WindowFixture.h"
-#include "editor/FieldTable.h"
+#include "app/FieldTable.h"
 #include "editor/Vocabularies.h"
 #include "machine/KeyTable.h"
 

@@ -15,7 +15,7 @@
 #include "WindowFixture.h"
 #include "app/AppTestSupport.h"
 #include "app/Startup.h"
-#include "editor/FieldTable.h"
+#include "app/FieldTable.h"
 #include "editor/IsoInsertPanel.h"
 #include "editor/frmKirva.h"
 #include "machine/Validation.h"

@@ -96,6 +96,11 @@ std::string SerialDeviceForPort(int portNumber) {
     }
 }
 
+bool SerialPortExists(int portNumber) {
+    const std::string device = SerialDeviceForPort(portNumber);
+    return !device.empty() && ::access(device.c_str(), F_OK) == 0;
+}
+
 bool TestSerialPort(int portNumber) {
     const std::string device = SerialDeviceForPort(portNumber);
     if (device.empty()) return false;

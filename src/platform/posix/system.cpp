@@ -75,15 +75,24 @@ std::string ExecutableFolder() {
     return slash == 0 ? std::string("/") : path.substr(0, slash);
 }
 
+std::vector<std::string> ProgramArguments(int argc, char** argv) {
+    std::vector<std::string> arguments;
+    for (int i = 1; i < argc && argv != nullptr && argv[i] != nullptr; ++i) arguments.emplace_back(argv[i]);
+    return arguments;
+}
+
 std::string CommandLine(int argc, char** argv) {
     // The arguments after the program's own path, as the suite passes them ("/MRV").
     std::string line;
-    for (int i = 1; i < argc; ++i) {
-        if (argv[i] == nullptr) break;
-        if (i > 1) line += ' ';
-        line += argv[i];
+    for (const std::string& argument : ProgramArguments(argc, argv)) {
+        if (!line.empty()) line += ' ';
+        line += argument;
     }
     return line;
+}
+
+bool PrepareConsoleOutput() {
+    return ::isatty(STDOUT_FILENO) != 0;
 }
 
 } // namespace kirva::platform

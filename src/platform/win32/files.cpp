@@ -86,30 +86,41 @@ std::string ExecutableFolder() {
     return win32::Narrow(current);
 }
 
-std::string CommandLine(int argc, char** argv) {
-    // The arguments after the program's own path, joined by blanks. The C runtime gives main()
-    // its arguments in the ANSI code page; for the process's own arguments they are taken from
-    // the UTF-16 command line instead, so that no character is lost.
+std::vector<std::string> ProgramArguments(int argc, char** argv) {
+    // The C runtime gives main() its arguments in the ANSI code page; for the process's own
+    // arguments they are taken from the UTF-16 command line instead, so that no character is lost.
+    std::vector<std::string> result;
     if (argv != nullptr && argv == __argv) {
         int count = 0;
         wchar_t** arguments = ::CommandLineToArgvW(::GetCommandLineW(), &count);
         if (arguments != nullptr) {
-            std::string line;
-            for (int i = 1; i < count; ++i) {
-                if (i > 1) line += ' ';
-                line += win32::Narrow(arguments[i], std::wcslen(arguments[i]));
-            }
+            for (int i = 1; i < count; ++i)
+                result.push_back(win32::Narrow(arguments[i], std::wcslen(arguments[i])));
             ::LocalFree(arguments);
-            return line;
+            return result;
         }
     }
+    for (int i = 1; i < argc && argv != nullptr && argv[i] != nullptr; ++i) result.emplace_back(argv[i]);
+    return result;
+}
+
+std::string CommandLine(int argc, char** argv) {
+    // The arguments after the program's own path, joined by blanks.
     std::string line;
-    for (int i = 1; i < argc; ++i) {
-        if (argv == nullptr || argv[i] == nullptr) break;
-        if (i > 1) line += ' ';
-        line += argv[i];
+    for (const std::string& argument : ProgramArguments(argc, argv)) {
+        if (!line.empty()) line += ' ';
+        line += argument;
     }
     return line;
+}
+
+bool PrepareConsoleOutput() {
+    ::SetConsoleOutputCP(CP_UTF8);
+    DWORD mode = 0;
+    const HANDLE out = ::GetStdHandle(STD_OUTPUT_HANDLE);
+    // A console takes colour sequences once asked to; a file or a pipe is no terminal.
+    if (out == INVALID_HANDLE_VALUE || !::GetConsoleMode(out, &mode)) return false;
+    return ::SetConsoleMode(out, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
 } // namespace kirva::platform

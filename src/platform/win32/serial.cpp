@@ -10,6 +10,13 @@ std::string SerialDeviceForPort(int portNumber) {
     return "\\\\.\\COM" + std::to_string(portNumber);
 }
 
+bool SerialPortExists(int portNumber) {
+    // The system's name of every serial port it has, present whether or not a program holds it.
+    if (portNumber < 1) return false;
+    wchar_t target[512];
+    return ::QueryDosDeviceW(win32::Widen("COM" + std::to_string(portNumber)).c_str(), target, 512) != 0;
+}
+
 bool TestSerialPort(int portNumber) {
     try {
         const std::string device = SerialDeviceForPort(portNumber);

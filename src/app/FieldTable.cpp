@@ -1,8 +1,9 @@
-#include "editor/FieldTable.h"
+#include "app/FieldTable.h"
 
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "ini/clsIniVar.h"
@@ -275,10 +276,45 @@ std::string FileNameOf(const std::string& path, const char* fallback) {
     return name.empty() ? std::string(fallback) : name;
 }
 
+// clang-format off
+constexpr std::array<TreeNodeDef, 19> kNodes{{
+    {"Général", nullptr, "1"},
+    {"Gestion", "Général", "1.1"},
+    {"Dossiers", "Général", "1.2"},
+    {"Programmation", nullptr, "2"},
+    {"Syntaxe", "Programmation", "2.1"},
+    {"Cartouche", "Programmation", "2.2"},
+    {"Iso", "Programmation", "2.3"},
+    {"Canaux", "Programmation", "2.4"},
+    {"DNC", nullptr, "3"},
+    {"Filtres", "DNC", "3.1"},
+    {"RS 232", "DNC", "3.2"},
+    {"Réseau", "DNC", "3.3"},
+    {"Tempo", "DNC", "3.4"},
+    {"Appel déporté", "DNC", "3.5"},
+    {"Editeur", nullptr, "4"},
+    {"Iso Formes", "Editeur", "4.1"},
+    {"Service", nullptr, "5"},
+    {"PDC", nullptr, "6"},
+    {"Chainage", nullptr, "7"},
+}};
+// clang-format on
+
 } // namespace
 
 std::span<const FieldDef> FieldTable() {
     return Rows();
+}
+
+std::span<const TreeNodeDef> TreeNodes() {
+    return kNodes;
+}
+
+std::string PanelTitle(std::string_view panel) {
+    for (const auto& node : kNodes) {
+        if (panel == node.Panel) return node.Text;
+    }
+    return {};
 }
 
 const FieldDef* FindField(std::string_view array, int member) {
@@ -289,14 +325,22 @@ const FieldDef* FindField(std::string_view array, int member) {
 }
 
 const FieldDef* FindFieldForKey(std::string_view section, std::string_view key) {
+    if (!section.empty()) {
+        // The field of each key of Telvar.ini, found once.
+        static const std::unordered_map<const KeyDef*, const FieldDef*> fields = [] {
+            std::unordered_map<const KeyDef*, const FieldDef*> byKey;
+            for (const auto& row : Rows()) {
+                if (row.Store == FieldStore::WindowOnly) continue;
+                if (const KeyDef* k = FieldKey(row)) byKey.try_emplace(k, &row);
+            }
+            return byKey;
+        }();
+        const KeyDef* k = FindKey(section, key);
+        const auto found = k != nullptr ? fields.find(k) : fields.end();
+        return found == fields.end() ? nullptr : found->second;
+    }
     for (const auto& row : Rows()) {
-        if (row.Store == FieldStore::WindowOnly) continue;
-        const bool inTelvar = row.Store == FieldStore::Telvar || row.Store == FieldStore::Both;
-        if (inTelvar && !section.empty()) {
-            if (FieldKey(row) == FindKey(section, key) && FieldKey(row) != nullptr) return &row;
-        } else if (section.empty() && key == row.Key) {
-            return &row;
-        }
+        if (row.Store != FieldStore::WindowOnly && key == row.Key) return &row;
     }
     return nullptr;
 }

@@ -100,6 +100,16 @@ struct FieldDef {
 
 std::span<const FieldDef> FieldTable();
 
+// The panels: the nineteen nodes of the window's tree, in the order the tree is built.
+struct TreeNodeDef {
+    const char* Text;   // French, translated before use; the translated text is the node's key
+    const char* Parent; // French text of the parent node, nullptr for a top node
+    const char* Panel;  // panel number
+};
+std::span<const TreeNodeDef> TreeNodes();
+// The node text of a panel number ("3.2" -> "RS 232"), "" when none.
+std::string PanelTitle(std::string_view panel);
+
 // The row of a control (array and member), nullptr when none.
 const FieldDef* FindField(std::string_view array, int member);
 // The row that edits a key (Telvar.ini section and key, or caller's field), nullptr when none.
