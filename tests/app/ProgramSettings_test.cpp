@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "app/AppTestSupport.h"
@@ -61,53 +62,44 @@ TEST_F(ProgramSettingsTest, OptionalSectionsAndMissingNumberedKeys) {
 }
 
 // Mode, AppCalling and CurrentIndexMO: the number the text starts with, then the nearest 32-bit
-// integer with halves to even.
+// integer with halves to even. Beyond 32 bits (after rounding) the read fails without a word and
+// the settings stay as they were.
 TEST_F(ProgramSettingsTest, IntegersFollowTheNumberPrefixThenHalfToEven) {
-    const std::pair<std::string, std::int32_t> cases[] = {{"2.5", 2},
-                                                          {"-1.5", -2},
-                                                          {"abc", 0},
-                                                          {"2abc", 2},
-                                                          {"2147483647", INT32_MAX},
-                                                          {"-2147483648", INT32_MIN},
-                                                          {"-2147483648.5", INT32_MIN},
-                                                          {"2147483646.5", 2147483646}};
+    const std::optional<std::int32_t> fails;
+    // clang-format off
+    const std::pair<std::string, std::optional<std::int32_t>> cases[] = {{"2.5", 2}, {"-1.5", -2}, {"abc", 0},
+        {"2abc", 2}, {"2147483647", INT32_MAX}, {"-2147483648.5", INT32_MIN}, {"2147483646.5", 2147483646},
+        {"2147483648", fails}, {"-2147483649", fails}, {"2147483647.5", fails}, {"-2147483648.6", fails},
+        {"1e999", fails}};
+    // clang-format on
     for (const auto& [text, value] : cases) {
-        ASSERT_TRUE(
-            Read("[KIRVA]\nMode=" + text + "\nAppCalling=" + text + "\nCurrentIndexMO=" + text + "\n"))
+        settings.Mode = settings.AppCalling = settings.CurrentIndexMO = 7; // stays when the read fails
+        EXPECT_EQ(Read("[KIRVA]\nMode=" + text + "\nAppCalling=" + text + "\nCurrentIndexMO=" + text + "\n"),
+                  value.has_value())
             << text;
-        EXPECT_EQ(settings.Mode, value) << text;
-        EXPECT_EQ(settings.AppCalling, value) << text;
-        EXPECT_EQ(settings.CurrentIndexMO, value) << text;
+        EXPECT_EQ(settings.Mode, value.value_or(7)) << text;
+        EXPECT_EQ(settings.AppCalling, value.value_or(7)) << text;
+        EXPECT_EQ(settings.CurrentIndexMO, value.value_or(7)) << text;
     }
+    EXPECT_TRUE(messages.entries.empty());
 }
 
-// Damaged hand-off files: an integer beyond 32 bits (after rounding) fails the read without a word;
-// a list count that is negative, beyond 32 bits or longer than any workshop is reported with the key
-// and the value as the file holds it. Either way the settings read before stay.
-TEST_F(ProgramSettingsTest, DamagedNumbersFailTheReadAndLeaveTheSettings) {
-    const std::string incorrect = "Le fichier Kirva.ini est incorrect : ";
+// A list count that is negative, beyond 32 bits or longer than any workshop is reported with the
+// key and the value as the file holds it; the read fails and the settings read before stay.
+TEST_F(ProgramSettingsTest, DamagedCountsFailTheReadAndLeaveTheSettings) {
     const std::string limit = ", alors que la valeur doit être comprise entre 0 et 10000 !";
     const std::pair<std::string, std::string> cases[] = {
-        {"[KIRVA]\nMode=2147483648\n", ""},
-        {"[KIRVA]\nMode=-2147483649\n", ""},
-        {"[KIRVA]\nMode=2147483647.5\n", ""},
-        {"[KIRVA]\nMode=1e999\n", ""},
-        {"[KIRVA]\nAppCalling=-2147483648.6\n", ""},
-        {"[KIRVA]\nCurrentIndexMO=-9e99\n", ""},
-        {"[KIRVA]\nNbDevice=10001\n", incorrect + "NbDevice vaut 10001" + limit},
-        {"[KIRVA]\nNbDevice=4294967296\n", incorrect + "NbDevice vaut 4294967296" + limit},
-        {"[KIRVA]\nNbDevice= -1 \n", incorrect + "NbDevice vaut -1" + limit},
-        {"[TREEVIEW]\nNbTreeViewNode=1e9\n", incorrect + "NbTreeViewNode vaut 1e9" + limit},
-        {"[SPECIFICITE]\nNbSpe=10000.6\n", incorrect + "NbSpe vaut 10000.6" + limit},
+        {"[KIRVA]\nNbDevice=10001\n", "NbDevice vaut 10001"},
+        {"[KIRVA]\nNbDevice=4294967296\n", "NbDevice vaut 4294967296"},
+        {"[KIRVA]\nNbDevice= -1 \n", "NbDevice vaut -1"},
+        {"[TREEVIEW]\nNbTreeViewNode=1e9\n", "NbTreeViewNode vaut 1e9"},
+        {"[SPECIFICITE]\nNbSpe=10000.6\n", "NbSpe vaut 10000.6"},
     };
     ASSERT_TRUE(Read("[KIRVA]\nMode=1\nNbDevice=1\n[CNC]\nRefMO1=A\n"));
     for (const auto& [content, message] : cases) {
         messages.entries.clear();
         EXPECT_FALSE(Read(content)) << content;
-        if (message.empty())
-            EXPECT_TRUE(messages.entries.empty()) << content;
-        else
-            EXPECT_TRUE(messages.Only(message, IconWarning)) << content;
+        EXPECT_TRUE(messages.Only("Le fichier Kirva.ini est incorrect : " + message + limit, IconWarning));
         EXPECT_EQ(settings.Mode, 1) << content;
         EXPECT_EQ(settings.RefMO, (Strings{"", "A"})) << content;
     }

@@ -105,7 +105,6 @@ const StartCase kCases[] = {
     {"MarkerIsAWholeFolderName", "/MRV", "W/TalmDevTools", "W/TalmDevTools/", "Kirva.ini", "1112", Show,
      nullptr, "/"},
     {"HandOffSpelledOtherwise", "/MRV", "exe", "exe/", "kirva.INI", "1112", Show, nullptr, "/"},
-    {"MissingHandOff", "/MRV", "exe", "exe/", nullptr, "", End, kNoHandOff, "/"},
     {"CountBeyondTheLimit", "/MRV", "exe", "exe/", "Kirva.ini",
      "[KIRVA]\r\nMode=1\r\nAppCalling=1\r\nNbDevice=10001\r\n", End, kCountTooLarge, "/"},
     {"ModeZero", "/MRV", "exe", "exe/", "Kirva.ini", "0212", End, nullptr, "/"},

@@ -11,9 +11,7 @@
 
 #include "app/AppTestSupport.h"
 #include "ini/store.h"
-#include "lists/clsCanaux.h"
 #include "lists/clsInsertIso.h"
-#include "lists/clsPlansPDC.h"
 
 #ifndef _WIN32
 #include <signal.h>
@@ -28,15 +26,14 @@ namespace {
 
 // ---------------------------------------------------------------- reads
 
-// What stands at the reader's file name ("...SpelledOtherwise": at that name in capitals); for
-// "Device" the reader is given /dev/null.
+// What stands at the reader's file name ("...SpelledOtherwise": at that name in capitals).
 #ifdef _WIN32
 // FIFOs and devices in the file system are POSIX objects (and there a name spelled otherwise is the
 // same name).
 const char* const kKinds[] = {"Missing", "Folder", "FolderSpelledOtherwise"};
 #else
 const char* const kKinds[] = {
-    "Missing", "Folder", "LinkToDevice", "Device", "Fifo", "FolderSpelledOtherwise", "FifoSpelledOtherwise"};
+    "Missing", "Folder", "LinkToDevice", "Fifo", "FolderSpelledOtherwise", "FifoSpelledOtherwise"};
 #endif
 
 struct Reader {
@@ -67,7 +64,8 @@ class BadFiles : public AppFixture, public ::testing::WithParamInterface<std::tu
 TEST_P(BadFiles, AreNotFoundAtOnce) {
     const Reader& reader = kReaders[std::get<0>(GetParam())];
     const std::string kind = kKinds[std::get<1>(GetParam())];
-    std::string path = In(reader.file), upper = reader.file;
+    const std::string path = In(reader.file);
+    std::string upper = reader.file;
     for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     const std::string onDisk =
         kind.ends_with("SpelledOtherwise") ? In(upper) : path; // the reader asks for `path`
@@ -76,7 +74,6 @@ TEST_P(BadFiles, AreNotFoundAtOnce) {
 #ifndef _WIN32
     if (kind == "LinkToDevice") fs::create_symlink("/dev/null", onDisk);
     ASSERT_TRUE(!kind.starts_with("Fifo") || ::mkfifo(onDisk.c_str(), 0644) == 0);
-    if (kind == "Device") path = "/dev/null";
 #endif
     machine.RefMO = machine.Name = "AVANT";
     settings.Mode = 7;
@@ -117,15 +114,6 @@ enum Target { Usable, Folder, Oversized, WriteOnly, InReadOnlyFolder, DiskFull }
 const char* const kTargetNames[] = {"Usable",    "Folder",           "Oversized",
                                     "WriteOnly", "InReadOnlyFolder", "DiskFull"};
 
-// A list read from its file, changed and saved.
-template <class List, class Change>
-bool SaveList(const std::string& path, Change change) {
-    List list;
-    list.Init(path);
-    change(list);
-    return list.Save();
-}
-
 // One writer: the file of the machine's folder it writes, its warning when the write fails ("": it
 // says nothing and only returns its result; nullptr: the callers' warning naming the file) and what
 // it runs (true when it reported success).
@@ -142,25 +130,17 @@ const Writer kWriters[] = {
      }},
     {"ProgramManagerEntry", "Kalderon.ini", nullptr,
      [](AppFixture& f) { return WriteCallerEntry(1, f.In("Kalderon.ini"), 1, f.machine); }},
-    {"TransferProgramEntry", "Harbix.ini", nullptr,
-     [](AppFixture& f) { return WriteCallerEntry(2, f.In("Harbix.ini"), 1, f.machine); }},
     {"CountOfANewMachine", "Harbix.ini", nullptr,
      [](AppFixture& f) { // a count not written is not taken either
          return TakeEntryNumber(f.Calling(2, 1, 0, 1, f.In("Harbix.ini"))).has_value() ||
                 f.settings.NbDevice != 1;
      }},
-    {"IsoInsertions", "Iso.ini", "",
+    {"IsoInsertions", "Iso.ini", "", // the lists share one way of saving
      [](AppFixture& f) {
-         return SaveList<clsInsertIso>(f.In("Iso.ini"), [](auto& l) { l.AddIso("Origine"); });
-     }},
-    {"ReferencePlans", "Telvar.ini", "",
-     [](AppFixture& f) {
-         return SaveList<clsPlansPDC>(f.In("Telvar.ini"),
-                                      [](auto& l) { l.AddPlan("P2", "X", "Y", 2.0f, 2.0f, true); });
-     }},
-    {"Channels", "Telvar.ini", "",
-     [](AppFixture& f) {
-         return SaveList<clsCanaux>(f.In("Telvar.ini"), [](auto& l) { l.Add("C2", 2, "p", "s"); });
+         clsInsertIso list;
+         list.Init(f.In("Iso.ini"));
+         list.AddIso("Origine");
+         return list.Save();
      }},
     {"LearntDictionaryText", "FR.lng", "",
      [](AppFixture& f) {
@@ -177,8 +157,7 @@ class WriteFailures : public AppFixture, public ::testing::WithParamInterface<st
     WriteFailures() {
         TK_TRANSLATE::Shared().Init(""); // messages are shown as written and teach no dictionary
         // Every writer's file exists, so that one refusing leaves the others to compare.
-        WriteBytes(In("Telvar.ini"), "[DNC]\r\nRefMO=TOUR1\r\n[PLANS]\r\nref:P1|LadX:X|LadY:Y|CoeffX:1|"
-                                     "CoeffY:1|R:0|\r\n[CANAUX]\r\nref:C1|Pref:a|Suff:b|Canal:1|\r\n");
+        WriteBytes(In("Telvar.ini"), "[DNC]\r\nRefMO=TOUR1\r\n");
         WriteBytes(In("Iso.ini"), "[INSERT]\r\nDebut=iso:G90<R>M30|bmp:|Rac:0112|\r\n");
         WriteBytes(In("Kalderon.ini"),
                    "[KALDERON]\r\nNbDevice=1\r\n[CNC1]\r\nName=TOUR1\r\nPathTelvar=" + MachineDir() + "\r\n");

@@ -48,33 +48,6 @@ TEST_F(WindowShowPanel, ClickingANodeShowsItsPanel) {
     }
 }
 
-TEST(WindowTree, AddTreeNodeRefusesATakenKeyOrAnUnknownParent) {
-    QTreeWidget tree;
-    ASSERT_NE(AddTreeNode(&tree, "", "DNC", "pan:3|"), nullptr);
-    EXPECT_EQ(AddTreeNode(&tree, "", "DNC", "pan:9|"), nullptr);
-    EXPECT_EQ(AddTreeNode(&tree, "Absent", "Filtres", "pan:3.1|"), nullptr);
-    QTreeWidgetItem* child = AddTreeNode(&tree, "DNC", "Filtres", "pan:3.1|");
-    ASSERT_NE(child, nullptr);
-    EXPECT_EQ(child->parent()->text(0), "DNC");
-    EXPECT_EQ(tree.topLevelItemCount(), 1);
-}
-
-// The whole number is compared, unknown ones are ignored; another pair ahead of the identifier, and
-// the name spelled in upper case, still give the panel.
-TEST_F(WindowShowPanel, ComparesTheWholeNumberAndIgnoresUnknownOnes) {
-    auto* stack = f.Find<QStackedWidget>("stkPanConfig");
-    EXPECT_EQ(stack->count(), 19);
-    auto* panel = f.Find<QScrollArea>("PanConfig_5");
-    panel->setProperty("Tag", "aide:cartouche|PAN:2.2|");
-    w.ShowPanel("2.2");
-    EXPECT_EQ(w.CurrentPanel(), "2.2");
-    EXPECT_EQ(stack->currentWidget(), panel);
-    w.ShowPanel("2.");
-    w.ShowPanel("9");
-    w.ShowPanel("");
-    EXPECT_EQ(stack->currentWidget(), panel);
-}
-
 // A control anywhere on a panel, on a tab page included, brings its panel (and page) forward; the
 // tree's selection is left as it was, and a control on the window itself brings nothing forward.
 TEST_F(WindowShowPanel, AControlBringsForwardItsPanel) {

@@ -31,7 +31,6 @@ namespace {
 using test::FakeDialogs;
 using test::WindowFixture;
 using WindowButtons = test::OpenWindow<>;
-using WindowArrays = test::OpenWindow<>;
 using WindowScreenshots = test::OpenWindow<>;
 
 // A window on machine M1 of the fixture's folder.
@@ -116,21 +115,40 @@ TEST(WindowKeyRules, ReferenceEnablesTheFolderButtonOneKeyBehind) {
     EXPECT_EQ(runs, 0);
 }
 
-// The "&Ping !" button runs the network test of the panel (echo replaced: loopback only).
-TEST_F(WindowButtons, PingButtonRunsTheTest) {
-    int echoes = 0;
-    w.Ping()->SetEchoService([&echoes](const std::string& dotted, platform::EchoReply& reply, std::string&) {
-        ++echoes;
-        EXPECT_EQ(dotted, "127.0.0.1");
-        reply.Status = 0;
-        reply.RoundTripTime = 3;
-        reply.DataSize = 9;
-        return std::int64_t{3};
+// The "&Ping !" button, and Enter in the address box, run the network test of the panel (the echo is
+// replaced: loopback only) and fill its four captions; a blank address sends nothing.
+TEST_F(WindowButtons, PingRunsTheTestAndFillsTheCaptions) {
+    std::vector<std::string> sentTo;
+    int status = 0;
+    w.Ping()->SetEchoService([&](const std::string& dotted, platform::EchoReply& reply, std::string&) {
+        sentTo.push_back(dotted);
+        reply.Status = status;
+        reply.RoundTripTime = status == 0 ? 3 : 0;
+        reply.DataSize = status == 0 ? 9 : 0;
+        return std::int64_t{status == 0 ? 3 : -status};
     });
-    f.Find<QLineEdit>("txtPing")->setText("127.0.0.1");
+    w.SetCommandAction(0, [] { ADD_FAILURE() << "Enter in the address box applied the window"; });
+    const auto captions = [this] {
+        const std::array<QString, 4> c = w.Ping()->Captions();
+        return QStringList(c.begin(), c.end()).join('|').toStdString();
+    };
+    auto* address = f.Find<QLineEdit>("txtPing");
+    address->setText("127.0.0.1");
     f.Find<QPushButton>("cmdExit_4")->click();
-    EXPECT_EQ(echoes, 1);
+    EXPECT_EQ(captions(), "Adresse IP : 127.0.0.1|Statut : 0   [ ip success ]|Temps d'attente : 3 ms|"
+                          "Octets envoyés : 9");
     EXPECT_EQ(f.Find<QLabel>("lblPing_3")->text(), "Octets envoyés : 9");
+    status = 11010; // a silent machine
+    address->setText(" 127.0.0.1 ");
+    QTest::keyClick(address, Qt::Key_Return);
+    EXPECT_EQ(captions(),
+              "Adresse IP : 127.0.0.1|Statut : 11010   [ ip req timed out ]|Temps d'attente : 0 ms|"
+              "Octets envoyés : 0");
+    address->setText("   ");
+    QTest::keyClick(address, Qt::Key_Return);
+    EXPECT_EQ(sentTo, (std::vector<std::string>{"127.0.0.1", "127.0.0.1"}));
+    EXPECT_EQ(captions(), "Adresse IP : |Statut : 11018   [ ip bad destination ]|Temps d'attente : 0 ms|"
+                          "Octets envoyés : 0");
 }
 
 // Alt and the underlined letter press a button of the panel in front (the button goes down at
@@ -147,20 +165,8 @@ TEST_F(WindowButtons, MnemonicsPressTheirButtons) {
     EXPECT_TRUE(ping->isDown());
 }
 
-// The controls of the arrays, in the order the apply step visits them.
-TEST_F(WindowArrays, ListTheirMembersInOrder) {
-    const std::vector<QWidget*> controls = w.ArrayControls({"TxtTelvar", "txtIso"});
-    ASSERT_GE(controls.size(), 4u);
-    EXPECT_EQ(controls.front()->objectName(), "TxtTelvar_1");
-    const auto bitmap = std::find_if(controls.begin(), controls.end(),
-                                     [](QWidget* c) { return c->objectName() == "TxtTelvar_55"; });
-    ASSERT_NE(bitmap, controls.end());
-    EXPECT_EQ((*std::next(bitmap))->objectName(), "TxtTelvar_56");
-    EXPECT_EQ(controls.back()->objectName(), "txtIso_130");
-}
-
 #ifndef _WIN32
-// Each test button reads the port of its own box: COM 1 is a pseudo-terminal of this test
+// Each test button reads the port number of its own box: COM 1 is a pseudo-terminal of this test
 // (KIRVA_SERIAL_PORTS), COM 2 does not exist. Whether a held port counts as busy is the platform's.
 TEST(WindowSerialTest, TellsWhetherThePortIsFree) {
     const int master = ::posix_openpt(O_RDWR | O_NOCTTY);
@@ -170,7 +176,7 @@ TEST(WindowSerialTest, TellsWhetherThePortIsFree) {
     const test::ScopedEnv ports("KIRVA_SERIAL_PORTS", std::string(::ptsname(master)));
     WindowFixture f;
     f.Open();
-    f.Find<QComboBox>("cboDnc_20")->setEditText("1");
+    f.Find<QComboBox>("cboDnc_20")->setEditText("COM1");
     f.Find<QComboBox>("cboDnc_220")->setEditText("2");
     f.Find<QPushButton>("cmdParcourir_3")->click();
     f.Find<QPushButton>("cmdParcourir_5")->click();
@@ -180,13 +186,6 @@ TEST(WindowSerialTest, TellsWhetherThePortIsFree) {
     EXPECT_EQ(f.messages.entries[1].text, "Le port COM 2 est occupé par une application ou n'existe pas !");
 }
 #endif
-
-TEST(WindowSerialTest, ReadsThePortNumberFromItsText) {
-    EXPECT_EQ(PortNumberOf("3"), 3);
-    EXPECT_EQ(PortNumberOf("COM12"), 12);
-    EXPECT_EQ(PortNumberOf(""), 0);
-    EXPECT_EQ(PortNumberOf("aucun"), 0);
-}
 
 using WindowFocus = test::OpenWindow<>;
 
@@ -205,67 +204,41 @@ TEST_F(WindowFocus, HighlightsTheFieldBeingEdited) {
         w.SetFocusOnPanOfInfo(field);
         test::SendFocus(field, QEvent::FocusIn);
         EXPECT_EQ(field->palette().color(QPalette::Base), HighlightColour());
-        if (text != nullptr) {
-            EXPECT_EQ(text->selectedText(), "12345");
-        }
+        EXPECT_TRUE(text == nullptr || text->selectedText() == "12345");
         test::SendFocus(field, QEvent::FocusOut);
         EXPECT_EQ(field->palette().color(QPalette::Base), before);
-        if (text != nullptr) {
-            EXPECT_FALSE(text->hasSelectedText());
-        }
+        EXPECT_TRUE(text == nullptr || !text->hasSelectedText());
     }
 }
 
-// Each command stands on its panel ("" for the window's own button bar) with its caption.
+// Each command, cmdExit_0 to cmdExit_13 then CmdService_1 to CmdService_5, stands on its panel ("" for
+// the window's own button bar) with its caption.
 TEST_F(WindowButtons, StandOnTheirPanels) {
-    struct Case {
-        const char *name, *caption, *panel;
-    };
-    const Case cases[] = {{"cmdExit_0", "&Modifier", ""},
-                          {"cmdExit_1", "&Annuler", ""},
-                          {"cmdExit_2", "&Créer...", "1"},
-                          {"cmdExit_3", "&Créer...", "1.2"},
-                          {"cmdExit_4", "&Ping !", "3.3"},
-                          {"cmdExit_5", "Paramètres standards", "3"},
-                          {"cmdExit_6", "Paramètres standards", "2.2"},
-                          {"cmdExit_7", "&Ok", "2.4"},
-                          {"cmdExit_8", "&Créer...", "1.2"},
-                          {"cmdExit_9", "&Charger...", "1"},
-                          {"cmdExit_10", "&Exporter...", "1"},
-                          {"cmdExit_11", "&Executer", "1"},
-                          {"cmdExit_12", "&Stopper", "1"},
-                          {"cmdExit_13", "&Créer...", "1.2"},
-                          {"CmdService_1", "Installer le service", "5"},
-                          {"CmdService_2", "Etat du service", "5"},
-                          {"CmdService_3", "Désinstaller le service", "5"},
-                          {"CmdService_4", "Démarrer le service", "5"},
-                          {"CmdService_5", "Arrêter le service", "5"}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        auto* button = f.Find<QPushButton>(c.name);
+    const QStringList captions =
+        QString(
+            "&Modifier|&Annuler|&Créer...|&Créer...|&Ping !|Paramètres standards|Paramètres standards|&Ok|"
+            "&Créer...|&Charger...|&Exporter...|&Executer|&Stopper|&Créer...|Installer le service|"
+            "Etat du service|Désinstaller le service|Démarrer le service|Arrêter le service")
+            .split('|');
+    const QStringList panels = QString("||1|1.2|3.3|3|2.2|2.4|1.2|1|1|1|1|1.2|5|5|5|5|5").split('|');
+    ASSERT_TRUE(captions.size() == 19 && panels.size() == 19);
+    for (int i = 0; i < captions.size(); ++i) {
+        const std::string name =
+            i < 14 ? "cmdExit_" + std::to_string(i) : "CmdService_" + std::to_string(i - 13);
+        SCOPED_TRACE(name);
+        auto* button = f.Find<QPushButton>(name.c_str());
         ASSERT_NE(button, nullptr);
-        EXPECT_EQ(button->text(), QString::fromUtf8(c.caption));
+        EXPECT_EQ(button->text(), captions[i]);
         // Every command works; the server folder's waits for a reference (none in this window).
-        EXPECT_EQ(button->isEnabled(), std::string_view(c.name) != "cmdExit_2");
+        EXPECT_EQ(button->isEnabled(), name != "cmdExit_2");
         w.ShowPanel("7");
         w.SetFocusOnPanOfInfo(button);
-        EXPECT_EQ(w.CurrentPanel(), *c.panel != '\0' ? c.panel : "7");
+        EXPECT_EQ(w.CurrentPanel(), panels[i].isEmpty() ? "7" : panels[i]);
     }
-}
-
-TEST_F(WindowButtons, TelvarFrameHoldsTheTelvarCommands) {
+    // The machine file's commands stand in their own frame.
     auto* frame = qobject_cast<QGroupBox*>(f.Find<QPushButton>("cmdExit_9")->parentWidget()->parentWidget());
     ASSERT_NE(frame, nullptr);
     EXPECT_EQ(frame->title(), "Paramètres du Telvareur :");
-}
-
-TEST(WindowCatalogue, ShowsTheGroupOfTheMachineModel) {
-    WindowFixture f;
-    MachineConfig machine;
-    machine.CodeCN = 51;
-    f.Open(machine);
-    EXPECT_EQ(f.Find<QComboBox>("cboIso_2")->currentText(), "Fraiseuses");
-    EXPECT_EQ(f.Find<QComboBox>("cboIso_3")->currentText(), "FR-1");
 }
 
 TEST_F(WindowScreenshots, RenderEveryPanelToItsNumber) {

@@ -1,13 +1,11 @@
-// The catalogue's choice lists, the information box rtbInfoMOCN and the RTF reader behind it.
+// The information box rtbInfoMOCN and the RTF reader behind it.
 #include <gtest/gtest.h>
 
-#include <QComboBox>
 #include <QTextCursor>
 #include <QTextEdit>
 
 #include "editor/CatalogueWidgets.h"
 #include "editor/RtfReader.h"
-#include "ini/profile.h"
 #include "support/TestSupport.h"
 
 namespace kirva {
@@ -61,12 +59,6 @@ TEST(EditorCatalogueRtf, BoldItalicUnderlineFollowTheGroups) {
     EXPECT_EQ(paragraphs[0].Runs, expected);
 }
 
-TEST(EditorCatalogueRtf, HtmlEscapesTextAndMarksStyles) {
-    const std::string html = RtfToHtml("{\\rtf1 {\\b a<b>&}\\par\\par c}");
-    EXPECT_NE(html.find("<b>a&lt;b&gt;&amp;</b>"), std::string::npos) << html;
-    EXPECT_NE(html.find("<br/></p>"), std::string::npos) << html; // the empty paragraph stays
-}
-
 TEST(EditorCatalogueRtf, DeepNestingAndHugeNumbersDoNotBreakTheReader) {
     const std::string deep = std::string(100000, '{') + "x" + std::string(100000, '}');
     EXPECT_EQ(ReadRtf("{\\rtf1 " + deep + "}").front().FNText(), "x");
@@ -75,58 +67,20 @@ TEST(EditorCatalogueRtf, DeepNestingAndHugeNumbersDoNotBreakTheReader) {
 
 // ---------------------------------------------------------------- widgets
 
-class EditorCatalogue : public ::testing::Test {
-  protected:
-    void SetUp() override { ini::ClearCache(); }
-    TempDir dir_;
-    RecordingMessages messages_;
-    std::string Data() const { return dir_.path().string() + "/"; }
-};
-
-TEST_F(EditorCatalogue, ChoiceListsCarryTheCodes) {
-    WriteBytes(Data() + "InfoCN.ini",
-               "[CN_GROUP]\r\nListeCodeGroup=3,1\r\n[GROUP_3]\r\nName= A \r\n"
-               "ListeCodeModel=10\r\n[GROUP_1]\r\nName=B\r\n[MODELS]\r\nRef_10=Tour\r\n");
-    const ControlCatalogue catalogue = ControlCatalogue::InDataFolder(Data());
-    QComboBox groups, models;
-    models.addItem("stale");
-    CatalogueWidgets::FillGroups(&groups, catalogue);
-    ASSERT_EQ(groups.count(), 2);
-    EXPECT_EQ(groups.itemText(0), "A");
-    EXPECT_EQ(groups.itemData(0).toInt(), 3);
-    EXPECT_TRUE(CatalogueWidgets::SelectCode(&groups, 1));
-    EXPECT_EQ(CatalogueWidgets::SelectedCode(&groups), 1);
-    EXPECT_FALSE(CatalogueWidgets::SelectCode(&groups, 7));
-
-    CatalogueWidgets::FillModels(&models, catalogue, 3);
-    ASSERT_EQ(models.count(), 1);
-    EXPECT_EQ(models.itemText(0), "Tour");
-    CatalogueWidgets::FillModels(&models, catalogue, 1);
-    EXPECT_EQ(models.count(), 0);
-}
-
-TEST_F(EditorCatalogue, AMissingCatalogueLeavesTheListsEmptyAndSaysNothing) {
-    QComboBox groups, models;
-    groups.addItem("stale");
-    const ControlCatalogue catalogue = ControlCatalogue::InDataFolder(Data());
-    CatalogueWidgets::FillGroups(&groups, catalogue);
-    CatalogueWidgets::FillModels(&models, catalogue, 3);
-    EXPECT_EQ(groups.count(), 0);
-    EXPECT_EQ(models.count(), 0);
-    EXPECT_EQ(CatalogueWidgets::SelectedCode(&groups), 0);
-    EXPECT_TRUE(messages_.entries.empty());
-}
-
-TEST_F(EditorCatalogue, InformationFilesShowAsRichOrPlainText) {
+TEST(EditorCatalogue, InformationFilesShowAsRichOrPlainText) {
+    TempDir dir;
+    RecordingMessages messages;
+    const std::string data = dir.path().string() + "/";
     QWidget parent;
     QTextEdit* box = CatalogueWidgets::CreateInformationBox(&parent);
     EXPECT_EQ(box->objectName(), "rtbInfoMOCN");
     EXPECT_TRUE(box->isReadOnly());
 
-    WriteBytes(Data() + "INFOCN/MO_Tour.RTF",
-               "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Mod\\'e8le {\\b gras}\\par fin}");
-    ASSERT_TRUE(CatalogueWidgets::ShowInformation(box, Data(), 7, "Tour"));
-    EXPECT_EQ(box->toPlainText(), QStringLiteral("Modèle gras\nfin"));
+    // Rich text keeps its bold; markup characters stay text; an empty paragraph stays, with its line.
+    WriteBytes(data + "INFOCN/MO_Tour.RTF",
+               "{\\rtf1\\ansi{\\fonttbl{\\f0 Arial;}}\\f0 Mod\\'e8le {\\b gras} <b>&\\par\\par fin}");
+    ASSERT_TRUE(CatalogueWidgets::ShowInformation(box, data, 7, "Tour"));
+    EXPECT_EQ(box->toPlainText(), QStringLiteral("Modèle gras <b>&\n\n\nfin"));
     QTextCursor cursor(box->document());
     cursor.setPosition(box->toPlainText().indexOf("gras") + 1);
     EXPECT_EQ(cursor.charFormat().fontWeight(), QFont::Bold);
@@ -134,13 +88,13 @@ TEST_F(EditorCatalogue, InformationFilesShowAsRichOrPlainText) {
     EXPECT_NE(cursor.charFormat().fontWeight(), QFont::Bold);
 
     // A received program is text, even when it holds what looks like RTF; code page 1252 bytes decode.
-    WriteBytes(Data() + "FROMCN/ISO0012.txt", "{\\rtf1 x}\r\nG0 X1 (\xE9)");
-    ASSERT_TRUE(CatalogueWidgets::ShowInformation(box, Data(), 6, "12"));
+    WriteBytes(data + "FROMCN/ISO0012.txt", "{\\rtf1 x}\r\nG0 X1 (\xE9)");
+    ASSERT_TRUE(CatalogueWidgets::ShowInformation(box, data, 6, "12"));
     EXPECT_EQ(box->toPlainText(), QStringLiteral("{\\rtf1 x}\nG0 X1 (é)"));
 
-    EXPECT_FALSE(CatalogueWidgets::ShowInformation(box, Data(), 7, "Absent"));
+    EXPECT_FALSE(CatalogueWidgets::ShowInformation(box, data, 7, "Absent"));
     EXPECT_EQ(box->toPlainText(), "");
-    EXPECT_TRUE(messages_.entries.empty());
+    EXPECT_TRUE(messages.entries.empty());
 }
 
 } // namespace

@@ -3,6 +3,14 @@
 // dialog titles of the program's tables, lists what every dictionary must hold.
 #include <gtest/gtest.h>
 
+#include <QCheckBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QMenu>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTabBar>
+#include <QTabWidget>
 #include <QTreeWidget>
 #include <QTreeWidgetItemIterator>
 #include <optional>
@@ -68,62 +76,57 @@ TEST_F(EditorDictionary, EnglishHoldsEveryTextTheProgramShows) {
         TestSerialPortAndTell(0);
     }
     // Messages and dialog titles of the program's tables.
-    for (const BrowseDef& browse : BrowseTable()) {
+    for (const BrowseDef& browse : BrowseTable())
         if (*browse.Title != '\0') TK_TRANSLATE::TranslateText(browse.Title, kDicoSection);
-    }
     AllFilesFilter();
-    TK_TRANSLATE::TranslateText(CatalogueText(244), kDicoSection);
-    for (const char* text : {texts::kKirvaIniMissing,
-                             texts::kKirvaIniCountOutOfRange,
-                             texts::kDecimalPointNeeded,
-                             kKalderonIniMissing,
-                             kHarbixIniMissing,
-                             kCallerFileReadFailed,
-                             kCallerFileWriteFailed,
-                             kTelvarReadFailed,
-                             kTelvarWriteFailed,
-                             kDuplicateReference,
-                             kReferenceNeeded,
-                             kServerFolderNeededTransfer,
-                             kServerFolderNeeded,
-                             kReferenceNotAFileName,
-                             kTemplateMissing,
-                             kCreateFolderQuestion,
-                             kReplaceFolderQuestion,
-                             kServerMissing,
-                             kExportTitle,
-                             kLoadTitle,
-                             kFolderNotMade,
-                             kTemplateCopyFailed,
-                             kServerNotStarted,
-                             kWindowsNotListed,
-                             kServerNotClosed,
-                             kExportFailed}) {
-        TK_TRANSLATE::TranslateText(text, kDicoSection);
-    }
+    const auto learn = [](auto... text) { (TK_TRANSLATE::TranslateText(text, kDicoSection), ...); };
+    learn(CatalogueText(244), texts::kKirvaIniMissing, texts::kKirvaIniCountOutOfRange,
+          texts::kDecimalPointNeeded, kKalderonIniMissing, kHarbixIniMissing, kCallerFileReadFailed,
+          kCallerFileWriteFailed, kTelvarReadFailed, kTelvarWriteFailed, kDuplicateReference,
+          kReferenceNeeded, kServerFolderNeededTransfer, kServerFolderNeeded, kReferenceNotAFileName,
+          kTemplateMissing, kCreateFolderQuestion, kReplaceFolderQuestion, kServerMissing, kExportTitle,
+          kLoadTitle, kFolderNotMade, kTemplateCopyFailed, kServerNotStarted, kWindowsNotListed,
+          kServerNotClosed, kExportFailed);
     TK_TRANSLATE::Shared().Init("");
 
     const std::vector<std::string> shown = DictionaryKeys(french);
     ASSERT_FALSE(FNReadIniString(french, kDicoSection, "Général", "").empty()) << "the window taught nothing";
     // The English words, and the French dictionary that translators start from.
-    for (const char* name : {"EN.lng", "FR.lng"}) {
-        for (const std::string& key : shown) {
+    for (const char* name : {"EN.lng", "FR.lng"})
+        for (const std::string& key : shown)
             EXPECT_FALSE(FNReadIniString(kDemoLng + name, kDicoSection, key, "").empty())
                 << "missing from " << name << ": " << key;
-        }
-    }
 }
 
-TEST_F(EditorDictionary, EnglishTreeKeepsEveryNode) {
+// The demo's English window: every node of the tree is there, and the captions of each kind are
+// translated, each once ("General" and "Coordinates" are made keys too: a caption translated twice
+// would show "TWICE").
+TEST_F(EditorDictionary, EnglishWindowKeepsEveryNodeAndTranslatesEachCaptionOnce) {
+    const std::string english = dir / "Lng/EN.lng";
+    test::WriteBytes(english, test::ReadBytes(kEnglish) + "General=TWICE\r\nCoordinates=TWICE\r\n");
     test::WindowFixture f;
-    TK_TRANSLATE::Shared().Init(kEnglish);
-    f.Open();
+    TK_TRANSLATE::Shared().Init(english);
+    frmKirva& w = f.Open();
     auto* tree = f.Find<QTreeWidget>("TvwCat");
     int count = 0;
     for (QTreeWidgetItemIterator it(tree); *it != nullptr; ++it) ++count;
     // A translation that gave two nodes the same text would leave a node out of the tree.
     EXPECT_EQ(count, static_cast<int>(TreeNodes().size()));
     EXPECT_NE(FindTreeNode(tree, "General"), nullptr);
+
+    EXPECT_EQ(f.Find<QPushButton>("cmdExit_0")->text(), "&Apply");
+    EXPECT_EQ(f.Find<QCheckBox>("chkTelvar_1")->text(), "Start at logon");
+    EXPECT_EQ(f.Find<QRadioButton>("optDnc_86")->text(), "Server");
+    EXPECT_EQ(f.Find<QLabel>("lbl_cboDnc_23")->text(), "Parity:");
+    EXPECT_EQ(
+        qobject_cast<QGroupBox*>(f.Find<QPushButton>("cmdExit_9")->parentWidget()->parentWidget())->title(),
+        "DNC server settings:");
+    EXPECT_EQ(w.AnalysisChannels()->PopupMenu()->actions().at(0)->text(), "Add");
+    EXPECT_EQ(f.Find<QTabBar>("tabInfo")->tabText(0), "General");
+    auto* iso = f.Find<QTabWidget>("tabIso");
+    QStringList pages;
+    for (int i = 0; i < iso->count(); ++i) pages << iso->tabText(i);
+    EXPECT_TRUE(pages.contains("Coordinates")) << pages.join('|').toStdString();
 }
 
 } // namespace

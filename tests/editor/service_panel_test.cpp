@@ -91,33 +91,22 @@ TEST_F(ServicePanel, UninstallAsksFirst) {
     EXPECT_EQ(test::ReadBytes(telvarIni), "[TELVAR]\r\nHostName=CN12\r\nService=0\r\n");
 }
 
+// A name that cannot be a service's, or no server folder: the install runs nothing and says why.
 TEST_F(ServicePanel, RefusedInputRunsNothingAndSaysWhy) {
-    struct Case {
-        const char* what;
-        int member;
-        QString name;
-        QString folder;
-        const char* message;
-    };
     const QString folder = QString::fromStdString(machineFolder);
-    const Case cases[] = {
-        {"no name", 2, "  ", folder,
-         "Le nom du service doit être renseigné, sans aucun des caractères \\ / \" $ ` %."},
-        {"quote in the name", 1, "Srv\"A", folder,
-         "Le nom du service doit être renseigné, sans aucun des caractères \\ / \" $ ` %."},
-        {"no server folder", 1, "Srv A", "",
-         "Indiquez le dossier du Telvareur (Dossier Port DNC) avant d'installer le service."},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [name, folderText, message] :
+         {std::tuple{"Srv\"A", folder,
+                     "Le nom du service doit être renseigné, sans aucun des caractères \\ / \" $ ` %."},
+          std::tuple{"Srv A", QString(),
+                     "Indiquez le dossier du Telvareur (Dossier Port DNC) avant d'installer le service."}}) {
+        SCOPED_TRACE(message);
         EXPECT_EQ(Click(2), ScLog("query")); // a log from before
-        Type(f.Find<QLineEdit>("TxtTelvar_48"), c.folder);
+        Type(f.Find<QLineEdit>("TxtTelvar_48"), folderText);
         f.messages.entries.clear();
-        EXPECT_EQ(Click(c.member, c.name), "");
-        EXPECT_TRUE(f.messages.Only(c.message, IconCritical));
+        EXPECT_EQ(Click(1, name), "");
+        EXPECT_TRUE(f.messages.Only(message, IconCritical));
     }
-    EXPECT_EQ(standIns.Calls(),
-              "sc \\CN12 query Srv A -\nsc \\CN12 query Srv A -\nsc \\CN12 query Srv A -\n");
+    EXPECT_EQ(standIns.Calls(), "sc \\CN12 query Srv A -\nsc \\CN12 query Srv A -\n");
     EXPECT_FALSE(std::filesystem::exists(f.dir / "registry.ini"));
 }
 

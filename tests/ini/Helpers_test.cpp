@@ -42,14 +42,6 @@ TEST(HelpersText, TagValues) {
     EXPECT_EQ(GetTagValue("ref:open", "ref:"), "open"); // no closing "|": the rest of the line
 }
 
-TEST(HelpersText, Padding) {
-    EXPECT_EQ(PadText("ab", 5, 2, "*"), "*ab**");
-    EXPECT_EQ(PadText("ab", 5, 1, "*"), "***ab");
-    EXPECT_EQ(PadText("ab", 5, 3, ""), "ab   ");
-    EXPECT_EQ(PadText("abcdef", 3, 1, "*"), "abcdef");
-    EXPECT_EQ(PadText("\xC3\xA9", 3, 3, "-"), "\xC3\xA9--");
-}
-
 TEST(HelpersText, TrimUpperFormat) {
     EXPECT_EQ(Trim(" \t a b \t "), "a b");
     EXPECT_EQ(TrimRight(" a  "), " a");
@@ -60,18 +52,6 @@ TEST(HelpersText, TrimUpperFormat) {
 }
 
 using HelpersSection = IniFixture;
-
-TEST_F(HelpersSection, ReadSectionLinesStripsComments) {
-    const std::string path = File("[S]\r\nText=l'outil ' note\r\n'Text=1\r\nA=it's\r\nB=d'un l'a n'y\r\n"
-                                  "   \r\nC=1 'c\r\n[C]\r\n'only\r\n");
-    std::vector<std::string> lines;
-    EXPECT_EQ(ReadSectionLines(path, "S", lines), 4);
-    EXPECT_EQ(lines, (std::vector<std::string>{"", "Text=l'outil", "A=it", "B=d'un l'a n'y", "C=1"}));
-    EXPECT_EQ(ReadSectionLines(path, "C", lines), 0);
-    EXPECT_TRUE(lines.empty());
-    EXPECT_EQ(ReadSectionLines(path, "Missing", lines), 0);
-    EXPECT_TRUE(lines.empty());
-}
 
 TEST_F(HelpersSection, WriteSectionLinesReplacesAll) {
     const std::string path = File("[S]\r\nold=1\r\nold=2\r\n[T]\r\nt=1\r\n");

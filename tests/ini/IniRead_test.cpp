@@ -29,7 +29,6 @@ const std::string kLong(2000, 'x');
 INSTANTIATE_TEST_SUITE_P(
     Ini, IniRead,
     ::testing::Values(
-        ReadCase{"CrLf", "[S]\r\nk=v\r\n", "S", "k", "d", "v"},
         ReadCase{"LfOnly", "[S]\nk=v\nj=w\n", "S", "j", "d", "w"},
         ReadCase{"CrOnly", "[S]\rk=v\rj=w", "S", "j", "d", "w"},
         ReadCase{"BlanksAround", " \t[ S \v]\t\r\n \tk \t= \v v v \t\r\n", "S", "k", "d", "v v"},

@@ -45,7 +45,7 @@ std::vector<std::string> Names(clsInsertIso& list) {
 
 TEST_F(ListsTest, InsertIsoLoadsTheSectionInFileOrder) {
     WriteBytes(iso_, "[OTHER]\r\nA=1\r\n[INSERT]\r\nOrigine=iso:G90<R>M30|bmp:|Rac:1113|\r\n-\r\n"
-                     "'Old=iso:G0|bmp:|Rac:|\r\nFin=iso:M30|bmp:fin.bmp|Rac:|\r\nBare\r\n");
+                     "'Old=iso:G0|bmp:|Rac:|\r\nFin=iso:M30|bmp:fin.bmp|Rac:|\r\n   \r\nBare\r\n");
     clsInsertIso list = Loaded<clsInsertIso>(iso_);
     EXPECT_EQ(Names(list), (std::vector<std::string>{"Origine", "-", "Fin", "Bare"}));
     EXPECT_EQ(list.GetIso("Origine"), "G90<R>M30");
@@ -198,19 +198,6 @@ TEST_F(ListsTest, ChannelNumbersTakeTheLeadingNumber) {
     const std::vector<std::pair<std::string, std::int32_t>> cases = {
         {"2a", 2}, {"abc", 0}, {"", 0}, {"2.5", 2}, {"3.5", 4}, {"-7", -7}, {"99999999999", 2147483647}};
     for (const auto& [text, number] : cases) EXPECT_EQ(ChannelNumberFromText(text), number) << text;
-}
-
-TEST_F(ListsTest, ChannelsSavesAndReadsTheChannelLines) {
-    clsCanaux channels = Loaded<clsCanaux>(telvar_);
-    channels.Add("P1", 1, "$1", "");
-    channels.Add("P1", 2, "$2", "E");
-    ASSERT_TRUE(channels.Save());
-    EXPECT_EQ(ReadBytes(telvar_),
-              "[CANAUX]\r\nref:P1|Pref:$1|Suff:|Canal:1|\r\nref:P1_1|Pref:$2|Suff:E|Canal:2|\r\n");
-    clsCanaux again = Loaded<clsCanaux>(telvar_);
-    EXPECT_EQ(again.FNGetNumCanal("P1_1"), 2);
-    EXPECT_EQ(again.FNGetPref("P1_1"), "$2");
-    EXPECT_EQ(again.FNGetSuff("P1_1"), "E");
 }
 
 // What differs between plans and channels in the rules they share.

@@ -176,27 +176,6 @@ TEST_F(MachineRead, DncReadingOrderDecidesWhatAnErrorLeaves) {
     EXPECT_FALSE(m.NotUseXVB);
 }
 
-TEST_F(MachineRead, MissingFileLeavesTheRecordAlone) {
-    MachineConfig m;
-    m.RefMO = "KEEP";
-    m.MachineDir = "somewhere";
-    EXPECT_FALSE(ReadTelvarIni(MachineDir() + "Telvar.ini", m));
-    EXPECT_TRUE(messages.Only("Le fichier d'initialisation du Port DNC est introuvable.", IconCritical));
-    EXPECT_EQ(m.RefMO, "KEEP");
-    EXPECT_EQ(m.MachineDir, "somewhere");
-}
-
-// A damaged file reads as empty values; its name may differ in case.
-TEST_F(MachineRead, GarbageReadsAsEmptyValues) {
-    WriteBytes(MachineDir() + "TELVAR.INI",
-               std::string("\x01\x02garbage\r\n[DNC\r\n==\r\nRefMO\r\n[DNC]\r\nNbCanaux=\xff\xfe\r\n[") +
-                   '\0' + "x");
-    MachineConfig m;
-    EXPECT_TRUE(ReadTelvarIni(TelvarPath(), m));
-    EXPECT_EQ(m.NbCanaux, 0);
-    EXPECT_TRUE(messages.entries.empty());
-}
-
 // StartWithWindows is the Run value named after the reference; a machine without a reference
 // has none, whatever the Run key's unnamed value holds.
 TEST_F(MachineRead, StartWithWindowsFollowsTheRunValue) {

@@ -1,5 +1,5 @@
 // Writing a machine's Telvar.ini: order, every key's field, a file kept by hand, the lists'
-// counts, the failures a user can meet, and the Run value.
+// counts and the Run value. (Refused writes: the writers' failure table of the app tests.)
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -223,19 +223,6 @@ TEST_F(MachineWrite, CountsFollowTheHeldEntries) {
         EXPECT_EQ(Value("CANAUX_ANALYSE", "RefCanal32"), c.channels >= 32 ? "C" : "<missing>");
         EXPECT_EQ(Value("CANAUX_ANALYSE", "RefCanal33"), "<missing>");
         std::filesystem::remove(TelvarPath());
-    }
-}
-
-TEST_F(MachineWrite, FailureNamesTheMachine) {
-    WriteBytes(dir / "plain-file", "x");
-    for (const std::string& folder :
-         {std::string(), std::string(dir / "plain-file"), std::string(dir / "no/such")}) {
-        messages.entries.clear();
-        machine.MachineDir = folder;
-        EXPECT_FALSE(WriteTelvarIni(machine, workstation)) << folder;
-        EXPECT_TRUE(messages.Only("Problème durant l'écriture du fichier Telvar.ini de la machine TOUR1",
-                                  IconWarning))
-            << folder;
     }
 }
 

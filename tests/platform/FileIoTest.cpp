@@ -8,7 +8,6 @@
 
 #include <fcntl.h>
 #include <filesystem>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <tuple>
 #include <utility>
@@ -29,55 +28,6 @@ const auto kAppend = [](const std::string& line) {
 FileResult Append(const std::string& path, const std::string& line) {
     FileStamp stamp;
     return ReplaceFileContents(path, kAppend(line), stamp);
-}
-
-TEST(PlatformFileIo, StampFollowsEveryReplacement) {
-    TempDir dir;
-    const std::string path = dir / "Telvar.ini";
-    FileStamp stamp, read, replaced;
-    std::string bytes;
-    EXPECT_EQ(StatFile(path, stamp), FileResult::Missing);
-    EXPECT_EQ(ReadWholeFile(path, bytes, read), FileResult::Missing);
-    ASSERT_EQ(ReplaceFileContents(path, kAppend("a\r\n"), replaced), FileResult::Ok);
-    ASSERT_EQ(ReadWholeFile(path, bytes, read), FileResult::Ok);
-    EXPECT_EQ(bytes, "a\r\n");
-    EXPECT_EQ(read, replaced);
-    ASSERT_EQ(StatFile(path, stamp), FileResult::Ok);
-    EXPECT_EQ(stamp, replaced);
-    ASSERT_EQ(ReplaceFileContents(path, kAppend("b\r\n"), replaced), FileResult::Ok);
-    EXPECT_NE(replaced, stamp);
-    EXPECT_EQ(ReadBytes(path), "a\r\nb\r\n");
-    EXPECT_EQ(StatFile(dir.path().string(), stamp), FileResult::NotAFile);
-}
-
-TEST(PlatformFileIo, RefusedReplacementLeavesFileAndFolderAsTheyWere) {
-    TempDir dir;
-    const std::string path = dir / "Kalderon.ini";
-    WriteBytes(path, "kept");
-    fs::permissions(path, fs::perms::owner_read);
-    EXPECT_EQ(Append(path, "x"), FileResult::ReadOnly);
-    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
-    const int holder = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_EQ(::flock(holder, LOCK_SH), 0);
-    EXPECT_EQ(Append(path, "x"), FileResult::Locked);
-    ::close(holder);
-    EXPECT_EQ(Append(dir.path().string(), "x"), FileResult::NotAFile);
-    EXPECT_EQ(Append(dir / "no/folder.ini", "x"), FileResult::Failed);
-    EXPECT_EQ(ReadBytes(path), "kept");
-    EXPECT_EQ(std::distance(fs::directory_iterator(dir.path()), {}), 1);
-}
-
-TEST(PlatformFileIo, WritersAtOnceLoseNothing) {
-    TempDir dir;
-    const std::string path = dir / "shared.ini";
-    EXPECT_TRUE(RunInChildrenAtOnce(3, [&](int) {
-        for (int i = 0; i < 30; ++i)
-            if (Append(path, "x\n") != FileResult::Ok) return false;
-        return true;
-    }));
-    std::string expected;
-    for (int i = 0; i < 3 * 30; ++i) expected += "x\n";
-    EXPECT_EQ(ReadBytes(path), expected);
 }
 
 // A write through a link goes to the file the link points to, created when it does not exist

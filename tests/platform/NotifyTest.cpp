@@ -43,16 +43,7 @@ class PlatformNotify : public ::testing::Test {
     ScopedEnv runtime{"XDG_RUNTIME_DIR", dir.path().string()};
 };
 
-TEST_F(PlatformNotify, CallerReceivesMessageAndCode) {
-    const Listener caller(dir.path().string(), ::getpid());
-    ASSERT_TRUE(caller.bound);
-    EXPECT_TRUE(WindowExists(::getpid()));
-    EXPECT_TRUE(PostWindowMessage(::getpid(), 28679, 711, 0));
-    EXPECT_EQ(caller.Receive(), "28679 711 0");
-    EXPECT_TRUE(PostWindowMessage(::getpid(), 28679, 112, 5));
-    EXPECT_EQ(caller.Receive(), "28679 112 5");
-}
-
+// A caller that listens receives the message and its code: the apply's tests, on this same socket.
 TEST_F(PlatformNotify, SkippedWhenNobodyListensOrTheCallerIsGone) {
     // No socket at all.
     EXPECT_FALSE(WindowExists(::getpid()));

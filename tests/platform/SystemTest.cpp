@@ -1,4 +1,5 @@
-// Single instance, decimal separator, executable folder and command line.
+// Single instance and decimal separator. (The executable's folder and the command line: the
+// window suite's start-up tests run the real program from a folder of its own.)
 #include "platform/PlatformTestSupport.h"
 #include "platform/platform.h"
 #include "support/TempDir.h"
@@ -56,22 +57,6 @@ TEST(PlatformSystem, DecimalSeparatorIsTheUsersAndCanBeForced) {
     EXPECT_TRUE(ForceDecimalPoint());
     EXPECT_EQ(Formatted(1.5), "1.5");
     EXPECT_EQ(UserDecimalSeparator(), ","); // the user's setting is still what it was
-}
-
-TEST(PlatformSystem, ExecutableFolderHoldsThisProgram) {
-    const std::string folder = ExecutableFolder();
-    ASSERT_FALSE(folder.empty());
-    EXPECT_NE(folder.back(), '/');
-    EXPECT_TRUE(std::filesystem::exists(folder + "/kirva_platform_tests"));
-}
-
-TEST(PlatformSystem, CommandLineIsTheArgumentsJoinedByBlanks) {
-    char program[] = "/opt/MRV/kirva";
-    char first[] = "x/MRVy";
-    char second[] = "two words";
-    char* argv[] = {program, first, second, nullptr};
-    EXPECT_EQ(CommandLine(3, argv), "x/MRVy two words");
-    EXPECT_EQ(CommandLine(1, argv), "");
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 // the rest (\\CN12, query, Srv A, -), and its text-mode output ends each line with CR LF.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -115,18 +116,15 @@ class StartedCommands {
     // The next call's line (with its line end); what came so far when none completes in 20 s.
     std::string Next() {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        for (;;) {
-            const std::string text = ReadBytes(file_);
-            const std::size_t end = text.find('\n', read_);
-            const bool late = std::chrono::steady_clock::now() >= deadline;
-            if (end != std::string::npos || late) {
-                const std::size_t next = end != std::string::npos ? end + 1 : text.size();
-                std::string line = next > read_ ? text.substr(read_, next - read_) : std::string();
-                read_ = next;
-                return line;
-            }
+        std::string text = ReadBytes(file_);
+        while (text.find('\n', read_) == std::string::npos && std::chrono::steady_clock::now() < deadline) {
             std::this_thread::yield();
+            text = ReadBytes(file_);
         }
+        const std::size_t end = std::min(text.find('\n', read_), text.size() - 1) + 1;
+        std::string line = end > read_ ? text.substr(read_, end - read_) : std::string();
+        read_ = std::max(read_, end);
+        return line;
     }
 
   private:

@@ -3,6 +3,8 @@
 
 #include "support/WindowsTestSupport.h"
 
+#include <utility>
+
 #include <windows.h>
 
 namespace kirva::test {
@@ -10,6 +12,7 @@ namespace {
 
 constexpr UINT kCallerMessage = 28679;
 constexpr wchar_t kScratchParent[] = L"Software\\Kirva tests";
+constexpr wchar_t kCallerClass[] = L"KirvaTestCaller";
 
 HKEY CreateUserKey(const std::wstring& path) {
     HKEY key = nullptr;
@@ -20,25 +23,11 @@ HKEY CreateUserKey(const std::wstring& path) {
 }
 
 LRESULT CALLBACK CallerWindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == kCallerMessage) {
-        auto* received = reinterpret_cast<std::string*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
-        if (received != nullptr)
-            *received = std::to_string(message) + " " + std::to_string(wParam) + " " + std::to_string(lParam);
-        return 0;
-    }
-    return ::DefWindowProcW(window, message, wParam, lParam);
-}
-
-const wchar_t* CallerWindowClass() {
-    static const wchar_t* const name = [] {
-        WNDCLASSW windowClass{};
-        windowClass.lpfnWndProc = CallerWindowProc;
-        windowClass.hInstance = ::GetModuleHandleW(nullptr);
-        windowClass.lpszClassName = L"KirvaTestCaller";
-        ::RegisterClassW(&windowClass);
-        return L"KirvaTestCaller";
-    }();
-    return name;
+    auto* received = reinterpret_cast<std::string*>(::GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (message != kCallerMessage || received == nullptr)
+        return ::DefWindowProcW(window, message, wParam, lParam);
+    *received = std::to_string(message) + " " + std::to_string(wParam) + " " + std::to_string(lParam);
+    return 0;
 }
 
 } // namespace
@@ -63,9 +52,17 @@ ScratchRegistry::~ScratchRegistry() {
     ::RegDeleteKeyW(HKEY_CURRENT_USER, kScratchParent); // only when no other test's key is left
 }
 
-CallerWindow::CallerWindow()
-    : window_(::CreateWindowExW(0, CallerWindowClass(), L"Kirva test caller", WS_OVERLAPPEDWINDOW, 0, 0, 100,
-                                100, nullptr, nullptr, ::GetModuleHandleW(nullptr), nullptr)) {
+CallerWindow::CallerWindow() {
+    static const bool registered = [] {
+        WNDCLASSW windowClass{};
+        windowClass.lpfnWndProc = CallerWindowProc;
+        windowClass.hInstance = ::GetModuleHandleW(nullptr);
+        windowClass.lpszClassName = kCallerClass;
+        return ::RegisterClassW(&windowClass) != 0;
+    }();
+    if (registered)
+        window_ = ::CreateWindowExW(0, kCallerClass, L"Kirva test caller", WS_OVERLAPPEDWINDOW, 0, 0, 100,
+                                    100, nullptr, nullptr, ::GetModuleHandleW(nullptr), nullptr);
     if (window_ != nullptr)
         ::SetWindowLongPtrW(static_cast<HWND>(window_), GWLP_USERDATA,
                             reinterpret_cast<LONG_PTR>(&received_));
@@ -84,9 +81,7 @@ std::string CallerWindow::Received() {
     MSG message;
     while (::PeekMessageW(&message, static_cast<HWND>(window_), 0, 0, PM_REMOVE))
         ::DispatchMessageW(&message);
-    std::string got;
-    got.swap(received_);
-    return got;
+    return std::exchange(received_, std::string());
 }
 
 } // namespace kirva::test

@@ -80,56 +80,42 @@ TEST_F(FileIoWin, CreatesThenReplacesAFileWithExactlyTheBytesAndTheirStamp) {
     ASSERT_EQ(Replace(path, second, stamp, &seen), FileResult::Ok);
     EXPECT_EQ(seen, first);
     EXPECT_EQ(ReadRaw(path), second);
-    ASSERT_EQ(StatFile(path, stat), FileResult::Ok);
-    EXPECT_EQ(stat, stamp);
-    EXPECT_NE(stat, before);
     std::string bytes;
     ASSERT_EQ(ReadWholeFile(path, bytes, stat), FileResult::Ok);
-    EXPECT_EQ(bytes, second);
     EXPECT_EQ(stat, stamp);
+    EXPECT_NE(stat, before);
     EXPECT_EQ(Entries(), std::vector<std::wstring>{L"Telvar.ini"});
 }
 
 TEST_F(FileIoWin, StatAndReadTellMissingFoldersAndFiles) {
     ASSERT_TRUE(fs::create_directory(folder_ / L"Sub"));
-    WriteRaw(Path("a.ini"), "abc");
-    const struct {
-        std::string name;
-        FileResult expected;
-    } cases[] = {
-        {"a.ini", FileResult::Ok},
-        {"A.INI", FileResult::Ok},
-        {"missing.ini", FileResult::Missing},
-        {"Nope\\missing.ini", FileResult::Missing},
-        {"Sub", FileResult::NotAFile},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& [name, expected] :
+         {std::pair<std::string, FileResult>{"missing.ini", FileResult::Missing},
+          {"Nope\\missing.ini", FileResult::Missing},
+          {"Sub", FileResult::NotAFile}}) {
+        SCOPED_TRACE(name);
         FileStamp stamp;
-        EXPECT_EQ(StatFile(Path(c.name), stamp), c.expected);
+        EXPECT_EQ(StatFile(Path(name), stamp), expected);
         std::string bytes;
-        EXPECT_EQ(ReadWholeFile(Path(c.name), bytes, stamp), c.expected);
-        if (c.expected == FileResult::Ok) {
-            EXPECT_EQ(bytes, "abc");
-            EXPECT_EQ(stamp.Size, 3u);
-        }
+        EXPECT_EQ(ReadWholeFile(Path(name), bytes, stamp), expected);
     }
 }
 
 // Each way a write is refused leaves the file, and the folder, exactly as they were.
 TEST_F(FileIoWin, RefusedWritesLeaveTheFileUntouched) {
-    enum Hold { ReadOnlyAttribute, Folder, Lock, OpenWithoutSharing };
     const struct {
         const char* what;
-        Hold hold;
-        DWORD lockLow, lockHigh; // the bytes that LockFileEx locks
+        bool readOnly;
+        DWORD share;             // of the holder's handle; none: no holder
+        DWORD lockLow, lockHigh; // the bytes that the holder locks with LockFileEx
         FileResult expected;
     } cases[] = {
-        {"read-only attribute", ReadOnlyAttribute, 0, 0, FileResult::ReadOnly},
-        {"a folder", Folder, 0, 0, FileResult::NotAFile},
-        {"LockFileEx on the whole file", Lock, MAXDWORD, MAXDWORD, FileResult::Locked},
-        {"LockFileEx on the first bytes", Lock, 4, 0, FileResult::Locked},
-        {"open without sharing", OpenWithoutSharing, 0, 0, FileResult::Locked},
+        {"read-only attribute", true, ~DWORD{0}, 0, 0, FileResult::ReadOnly},
+        {"LockFileEx on the whole file", false, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+         MAXDWORD, MAXDWORD, FileResult::Locked},
+        {"LockFileEx on the first bytes", false, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, 4, 0,
+         FileResult::Locked},
+        {"open without sharing", false, 0, 0, 0, FileResult::Locked},
     };
     const std::string original = "[TELVAR]\r\nService=0\r\n";
     int index = 0;
@@ -137,22 +123,15 @@ TEST_F(FileIoWin, RefusedWritesLeaveTheFileUntouched) {
         SCOPED_TRACE(c.what);
         const std::string path = Path("f" + std::to_string(index++) + ".ini");
         const std::wstring wide = win32::Widen(path);
-        if (c.hold == Folder) {
-            ASSERT_TRUE(::CreateDirectoryW(wide.c_str(), nullptr));
-        } else {
-            WriteRaw(path, original);
-        }
-        ASSERT_TRUE(c.hold != ReadOnlyAttribute ||
-                    ::SetFileAttributesW(wide.c_str(), FILE_ATTRIBUTE_READONLY));
+        WriteRaw(path, original);
+        ASSERT_TRUE(!c.readOnly || ::SetFileAttributesW(wide.c_str(), FILE_ATTRIBUTE_READONLY));
         win32::Handle holder;
-        if (c.hold == Lock || c.hold == OpenWithoutSharing) {
-            const bool lock = c.hold == Lock;
-            holder.Reset(::CreateFileW(wide.c_str(), lock ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ,
-                                       lock ? FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE : 0,
-                                       nullptr, OPEN_EXISTING, 0, nullptr));
+        if (c.share != ~DWORD{0}) {
+            holder.Reset(::CreateFileW(wide.c_str(), GENERIC_READ | GENERIC_WRITE, c.share, nullptr,
+                                       OPEN_EXISTING, 0, nullptr));
             ASSERT_TRUE(holder.valid());
             OVERLAPPED where{};
-            ASSERT_TRUE(!lock ||
+            ASSERT_TRUE(c.lockLow == 0 ||
                         ::LockFileEx(holder.get(), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0,
                                      c.lockLow, c.lockHigh, &where));
         }
@@ -162,38 +141,57 @@ TEST_F(FileIoWin, RefusedWritesLeaveTheFileUntouched) {
         EXPECT_EQ(Replace(path, "changed", stamp, &seen), c.expected);
         EXPECT_EQ(seen, "not built");
         holder.Reset();
-        EXPECT_EQ(ReadRaw(path), c.hold == Folder ? "" : original);
+        EXPECT_EQ(ReadRaw(path), original);
         EXPECT_EQ(Entries(), entriesBefore);
     }
 }
 
-// A reader sees the old content or the new one while a writer replaces the file, never a
+// Two threads replace the same file at once, each adding one to the number it holds, while a
+// third reads it: no update is lost, and the reader sees one whole version each time, never a
 // mixture, a short file or no file.
-TEST_F(FileIoWin, ReadersNeverSeeATornFile) {
-    const std::string path = Path("Telvar.ini");
-    const std::string a(3000, 'a');
-    const std::string b = "[B]\r\n" + std::string(9000, 'b');
+TEST_F(FileIoWin, ConcurrentWritersLoseNoUpdateAndReadersNeverSeeATornFile) {
+    const std::string path = Path("Count.ini");
+    // Consecutive versions differ in length and in every byte after the number.
+    const auto version = [](int n) {
+        return std::to_string(n) + "\r\n" + std::string(n % 2 ? 3000 : 9000, n % 2 ? 'a' : 'b');
+    };
     FileStamp stamp;
-    ASSERT_EQ(Replace(path, a, stamp), FileResult::Ok);
+    ASSERT_EQ(Replace(path, version(0), stamp), FileResult::Ok);
+    constexpr int kPerWriter = 40;
+    auto increment = [&] {
+        int ok = 0;
+        for (int i = 0; i < kPerWriter; ++i) {
+            FileStamp written;
+            ok += ReplaceFileContents(
+                      path,
+                      [&](const std::string* current, std::string& out) {
+                          out = version(current ? std::atoi(current->c_str()) + 1 : -1);
+                      },
+                      written) == FileResult::Ok;
+        }
+        return ok;
+    };
     std::atomic<bool> done{false};
     std::atomic<int> reads{0}, bad{0}, missing{0};
     std::thread reader([&] {
-        // Bounded: the reader stops when the writer is done, or after this many reads.
+        // Bounded: the reader stops when the writers are done, or after this many reads.
         for (int i = 0; i < 200000 && !done.load(); ++i, ++reads) {
             std::string bytes;
             const FileResult result = ReadWholeFile(path, bytes, stamp);
             if (result == FileResult::Missing)
                 ++missing;
-            else if (result != FileResult::Ok || (bytes != a && bytes != b))
+            else if (result != FileResult::Ok || bytes != version(std::atoi(bytes.c_str())))
                 ++bad;
         }
     });
-    int writes = 0;
-    FileStamp written;
-    for (int i = 0; i < 100; ++i) writes += Replace(path, i % 2 == 0 ? b : a, written) == FileResult::Ok;
+    int first = 0;
+    std::thread other([&] { first = increment(); });
+    const int second = increment();
+    other.join();
     done = true;
     reader.join();
-    EXPECT_EQ(writes, 100);
+    EXPECT_EQ(first + second, 2 * kPerWriter);
+    EXPECT_EQ(ReadRaw(path), version(2 * kPerWriter));
     EXPECT_GT(reads.load(), 0);
     EXPECT_EQ(bad.load(), 0);
     // Windows renames over the file in one step. Wine 8 lets a reader find no file for an instant
@@ -201,32 +199,6 @@ TEST_F(FileIoWin, ReadersNeverSeeATornFile) {
     if (!test::RunningUnderWine()) {
         EXPECT_EQ(missing.load(), 0);
     }
-    EXPECT_EQ(ReadRaw(path), a);
-}
-
-// Two threads replacing the same file at once both get their change in: no update is lost.
-TEST_F(FileIoWin, ConcurrentWritersLoseNoUpdate) {
-    const std::string path = Path("Count.ini");
-    constexpr int kPerWriter = 40;
-    auto increment = [&] {
-        int ok = 0;
-        for (int i = 0; i < kPerWriter; ++i) {
-            FileStamp stamp;
-            ok += ReplaceFileContents(
-                      path,
-                      [](const std::string* current, std::string& out) {
-                          out = std::to_string(current ? std::stoi(*current) + 1 : 1);
-                      },
-                      stamp) == FileResult::Ok;
-        }
-        return ok;
-    };
-    int first = 0;
-    std::thread other([&] { first = increment(); });
-    const int second = increment();
-    other.join();
-    EXPECT_EQ(first + second, 2 * kPerWriter);
-    EXPECT_EQ(ReadRaw(path), std::to_string(2 * kPerWriter));
 }
 
 // A temporary of the file (".<name>.<pid>-<n>.tmp", in any case) left a while ago goes; every
@@ -242,13 +214,8 @@ TEST_F(FileIoWin, StaleTemporariesOfTheFileAreRemovedAtItsFirstWrite) {
         {L".Stale.ini.4244-1.tmp", 0, false}, // a writer at work now
         {L".Other.ini.4242-7.tmp", 5, false}, // another file's
         {L".Stale.ini.backup.tmp", 5, false}, // not a temporary name, nor are the ones below
-        {L".Stale.ini.12-.tmp", 5, false},
-        {L".Stale.ini.-3.tmp", 5, false},
-        {L".Stale.ini.1x-3.tmp", 5, false},
-        {L"Stale.ini.12-0.tmp", 5, false},
-        {L".Stale.ini12-0.tmp", 5, false},
-        {L".Stale.ini.12-0.tm", 5, false},
-        {L".Stale.ini", 5, false},
+        {L".Stale.ini.-3.tmp", 5, false},     {L"Stale.ini.12-0.tmp", 5, false},
+        {L".Stale.ini12-0.tmp", 5, false},    {L".Stale.ini.12-0.tm", 5, false},
     };
     std::vector<std::wstring> expected = {L"Stale.ini"};
     for (const auto& e : entries) {
@@ -267,16 +234,15 @@ TEST_F(FileIoWin, StaleTemporariesOfTheFileAreRemovedAtItsFirstWrite) {
 std::wstring DaclText(const std::string& path) {
     PSECURITY_DESCRIPTOR descriptor = nullptr;
     PACL dacl = nullptr;
+    wchar_t* text = nullptr;
     if (::GetNamedSecurityInfoW(win32::Widen(path).c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION,
                                 nullptr, nullptr, &dacl, nullptr, &descriptor) != ERROR_SUCCESS)
         return L"";
-    wchar_t* text = nullptr;
     std::wstring result;
     if (::ConvertSecurityDescriptorToStringSecurityDescriptorW(descriptor, SDDL_REVISION_1,
-                                                               DACL_SECURITY_INFORMATION, &text, nullptr)) {
+                                                               DACL_SECURITY_INFORMATION, &text, nullptr))
         result = text;
-        ::LocalFree(text);
-    }
+    ::LocalFree(text);
     ::LocalFree(descriptor);
     return result;
 }
@@ -288,11 +254,10 @@ TEST_F(FileIoWin, AReplacedFileKeepsItsAccessControlListAndANewFileIsPrivate) {
     ASSERT_TRUE(::ConvertStringSecurityDescriptorToSecurityDescriptorW(
         L"D:P(A;;FA;;;SY)(A;;FA;;;BA)(A;;FA;;;OW)(A;;FR;;;WD)", SDDL_REVISION_1, &everyoneReads, nullptr));
     SECURITY_ATTRIBUTES attributes{sizeof attributes, everyoneReads, FALSE};
-    const bool made = win32::Handle(::CreateFileW(win32::Widen(shared).c_str(), GENERIC_WRITE, 0, &attributes,
-                                                  CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr))
-                          .valid();
+    ASSERT_TRUE(win32::Handle(::CreateFileW(win32::Widen(shared).c_str(), GENERIC_WRITE, 0, &attributes,
+                                            CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr))
+                    .valid());
     ::LocalFree(everyoneReads);
-    ASSERT_TRUE(made);
     const std::wstring before = DaclText(shared);
     if (before.find(L"WD") == std::wstring::npos)
         GTEST_SKIP() << "this file system keeps no access control list";
@@ -319,14 +284,11 @@ TEST_F(FileIoWin, FindsFilesInAnyCaseWithTheirSpellingOnDisk) {
         std::string name;
         std::optional<std::string> found;
     } cases[] = {
-        {"Telvar.exe", base + "\\Telvar.exe"},
-        {"TELVAR.EXE", base + "\\Telvar.exe"},
         {"lng/fr.LNG", base + "\\Lng\\FR.lng"},
         {"lng\\.\\Fr.lng", base + "\\Lng\\FR.lng"},
         {"\xc3\xa9tat.ini", base + "\\\xc3\x89tat.ini"}, // "état.ini"
         {"dossier", std::nullopt},                       // a folder is not a file
         {"Telvar.exe\\x", std::nullopt},
-        {"missing.exe", std::nullopt},
         {"T*.exe", std::nullopt},
         {"", std::nullopt},
     };

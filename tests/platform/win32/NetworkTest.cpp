@@ -25,23 +25,13 @@ TEST(WinNetwork, TheHostNameOfThisComputer) {
 }
 
 TEST(WinNetwork, AddressesAreFound) {
-    const struct {
-        std::string host;
-        bool found;
-        std::string dotted;
-    } cases[] = {
-        {"127.0.0.1", true, "127.0.0.1"},
-        {"  127.0.0.5 ", true, "127.0.0.5"},
-        {"localhost", true, "127.0.0.1"},
-        {"", false, ""},
-        {" \t", false, ""},
-    };
-    for (const auto& c : cases) {
-        std::string dotted = "left from before", error;
-        EXPECT_EQ(ResolveIPv4(c.host, dotted, error), c.found) << c.host << ": " << error;
-        EXPECT_EQ(dotted, c.dotted) << c.host;
-        EXPECT_EQ(error.empty(), c.found) << c.host;
-    }
+    std::string dotted, error;
+    EXPECT_TRUE(ResolveIPv4("localhost", dotted, error)) << error;
+    EXPECT_EQ(dotted, "127.0.0.1");
+    EXPECT_EQ(error, "");
+    EXPECT_FALSE(ResolveIPv4(" \t", dotted, error));
+    EXPECT_EQ(dotted, ""); // not the address found before
+    EXPECT_NE(error, "");
 }
 
 TEST(WinNetwork, EchoOfThisComputer) {

@@ -1,6 +1,6 @@
-// Shell commands and programs: exit codes, the capture of a service command's output with its
-// " -> file" redirection, commands started without waiting, and a server started in its own
-// folder, minimised, and stopped again.
+// Shell commands and programs: exit codes, commands started without waiting, and a server started
+// in its own folder, minimised, found among the top-level windows and closed while a look-alike
+// stays open.
 #include "platform/platform.h"
 #include "platform/win32/StandInProcess.h"
 #include "platform/win32/internal.h"
@@ -21,40 +21,18 @@ using test::ReadBytes;
 using test::TempDir;
 using test::WriteBytes;
 
-std::wstring StandInPath(const char* name) {
-    return test::BesideTestProgram(win32::Widen(name));
-}
-
-TEST(WinProcess, ExitCodesOfCommands) {
+TEST(WinProcess, ExitCodesOfCommandsAndNothingWithoutTheCommandInterpreter) {
     for (const int code : {0, 7, 255})
         EXPECT_EQ(RunShellCommandAndWait("exit " + std::to_string(code)), code);
-}
-
-TEST(WinProcess, TheOutputOfAServiceCommandIsCaptured) {
-    // As the service commands build them: the program, quoted arguments, " -> " and the capture
-    // file, quoted when its path holds a blank. The stray "-" reaches the program as an argument.
-    const TempDir dir;
-    for (const std::string& folderName : {std::string("Exe"), std::string("Talm Exe")}) {
-        SCOPED_TRACE(folderName);
-        const fs::path folder = dir.path() / folderName;
-        fs::create_directories(folder);
-        const std::string program = (folder / "instsrv.exe").string();
-        fs::copy_file(StandInPath(KIRVA_ARGS_STANDIN), program);
-        const std::string capture = (folder / "Sortie.txt").string();
-        const auto quotedIfBlank = [](const std::string& path) {
-            return path.find(' ') != std::string::npos ? "\"" + path + "\"" : path;
-        };
-        const std::string command = quotedIfBlank(program) +
-                                    " \"Srv A\" \"C:\\Talm\\TOUR1\\telvar.exe\" -> " + quotedIfBlank(capture);
-        EXPECT_EQ(RunShellCommandAndWait(command), 3);
-        EXPECT_EQ(ReadBytes(capture), "Srv A\r\nC:\\Talm\\TOUR1\\telvar.exe\r\n-\r\n");
-    }
+    const test::ScopedEnv comSpec("ComSpec", "C:\\nowhere\\cmd.exe");
+    EXPECT_EQ(RunShellCommandAndWait("exit 0"), -1);
+    EXPECT_FALSE(StartShellCommand("exit 0"));
 }
 
 TEST(WinProcess, ACommandStartedWithoutWaitingRuns) {
     const TempDir dir;
     const std::string program = dir / "sc.exe";
-    fs::copy_file(StandInPath(KIRVA_ARGS_STANDIN), program);
+    fs::copy_file(test::BesideTestProgram(KIRVA_ARGS_STANDIN), program);
     const std::string capture = dir / "started.txt";
     ASSERT_TRUE(StartShellCommand(program + " \\\\CN12 start \"Srv A\" > " + capture));
     EXPECT_TRUE(test::WaitForFolderChange(dir.path().wstring(), 20000, [&] {
@@ -62,21 +40,22 @@ TEST(WinProcess, ACommandStartedWithoutWaitingRuns) {
     })) << ReadBytes(capture);
 }
 
-TEST(WinProcess, WithoutTheCommandInterpreterNothingStarts) {
-    const test::ScopedEnv comSpec("ComSpec", "C:\\nowhere\\cmd.exe");
-    EXPECT_EQ(RunShellCommandAndWait("exit 0"), -1);
-    EXPECT_FALSE(StartShellCommand("exit 0"));
-}
-
 TEST(WinProcess, TheServerStartsMinimisedInItsOwnFolderAndStops) {
     const TempDir dir;
     const fs::path folder = dir.path() / "Machines" / "TOUR 1";
     fs::create_directories(folder);
     const std::string server = (folder / "Telvar.exe").string();
-    fs::copy_file(StandInPath(KIRVA_SERVER_STANDIN), server);
+    fs::copy_file(test::BesideTestProgram(KIRVA_SERVER_STANDIN), server);
     // The stand-in takes its title from the Telvar.ini of its current folder.
     WriteBytes((folder / "Telvar.ini").string(), "[DNC]\r\nRefMO=TOUR1\r\n");
     const std::string report = (folder / "standin.txt").string();
+
+    // A server whose title only resembles this one's stays open. Titles are listed in UTF-8.
+    const test::StandIn lookAlike(test::BesideTestProgram(KIRVA_SERVER_STANDIN),
+                                  {L"Telvarr TOUR\u00C9 \u20AC"}, dir.path().wstring());
+    ASSERT_TRUE(test::WaitWhileRunning(lookAlike, 20000, [] {
+        return test::ListedWindow("Telvarr TOUR\xC3\x89 \xE2\x82\xAC").has_value();
+    }));
 
     ASSERT_TRUE(StartProgram(server));
     // Minimised, and active (SW_SHOWMINIMIZED).
@@ -90,6 +69,7 @@ TEST(WinProcess, TheServerStartsMinimisedInItsOwnFolderAndStops) {
     EXPECT_TRUE(test::WaitForFolderChange(folder.wstring(), 20000, [&] {
         return ReadBytes(report) == "show=2\r\nclosed\r\n";
     })) << ReadBytes(report);
+    EXPECT_TRUE(lookAlike.Running());
 }
 
 TEST(WinProcess, ProgramsThatCannotStart) {

@@ -3,11 +3,11 @@
 // one kind as another, deletion, and the 32-bit view that the programs of the suite share.
 #include "platform/platform.h"
 #include "platform/win32/internal.h"
+#include "support/WindowsTestSupport.h"
 
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <random>
 #include <string>
 #include <variant>
 
@@ -21,47 +21,11 @@ using Bytes = std::vector<std::uint8_t>;
 
 // UTF-16 LE bytes of a text and its terminating null, as a string value stores them.
 Bytes StoredText(std::u16string_view text) {
-    Bytes bytes;
-    for (const char16_t unit : text) {
-        bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
-        bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
-    }
+    const auto* first = reinterpret_cast<const std::uint8_t*>(text.data()); // Windows is little-endian
+    Bytes bytes(first, first + 2 * text.size());
     bytes.insert(bytes.end(), {0, 0});
     return bytes;
 }
-
-// The failure actions of a communication server's service: reset after a day, three restarts
-// after a minute.
-const Bytes kFailureActions = {128, 81, 1,  0,   0, 0, 0, 0, 0, 0, 0,  0,   3, 0, 0, 0, 20, 0, 0,  0,   1, 0,
-                               0,   0,  96, 234, 0, 0, 1, 0, 0, 0, 96, 234, 0, 0, 1, 0, 0,  0, 96, 234, 0, 0};
-
-HKEY RootKey(RegRoot root) {
-    return root == RegRoot::LocalMachine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
-}
-
-// A key of the test's own, removed with everything below it when the test ends.
-class ScratchKey {
-  public:
-    ScratchKey(RegRoot root, const std::string& parent)
-        : root_(root), parent_(parent), name_("Kirva test " + std::to_string(std::random_device()()) + "-" +
-                                              std::to_string(::GetCurrentProcessId())) {}
-    ~ScratchKey() {
-        HKEY parent = nullptr;
-        if (::RegOpenKeyExW(RootKey(root_), win32::Widen(parent_).c_str(), 0,
-                            KEY_ALL_ACCESS | KEY_WOW64_32KEY, &parent) != ERROR_SUCCESS)
-            return;
-        ::RegDeleteTreeW(parent, win32::Widen(name_).c_str());
-        ::RegCloseKey(parent);
-    }
-    ScratchKey(const ScratchKey&) = delete;
-    ScratchKey& operator=(const ScratchKey&) = delete;
-    std::string path() const { return parent_ + "\\" + name_; }
-
-  private:
-    RegRoot root_;
-    std::string parent_;
-    std::string name_;
-};
 
 struct Stored {
     DWORD type = REG_NONE;
@@ -69,10 +33,10 @@ struct Stored {
 };
 
 // A value as another program reads it with the registry API, in the given view.
-std::optional<Stored> ReadStored(RegRoot root, const std::string& keyPath, const std::string& name,
+std::optional<Stored> ReadStored(HKEY root, const std::string& keyPath, const std::string& name,
                                  REGSAM view = KEY_WOW64_32KEY) {
     HKEY key = nullptr;
-    if (::RegOpenKeyExW(RootKey(root), win32::Widen(keyPath).c_str(), 0, KEY_QUERY_VALUE | view, &key) !=
+    if (::RegOpenKeyExW(root, win32::Widen(keyPath).c_str(), 0, KEY_QUERY_VALUE | view, &key) !=
         ERROR_SUCCESS)
         return std::nullopt;
     Stored stored;
@@ -87,16 +51,22 @@ std::optional<Stored> ReadStored(RegRoot root, const std::string& keyPath, const
 }
 
 constexpr RegRoot kCU = RegRoot::CurrentUser;
+// Below HKEY_CURRENT_USER of a test::ScratchRegistry.
+const std::string kKey = "Software\\Kirva";
 
 TEST(WinRegistry, EveryKindIsStoredAsTheSuiteReadsIt) {
-    const ScratchKey scratch(kCU, "Software");
+    const test::ScratchRegistry scratch;
+    ASSERT_TRUE(scratch.Ready());
+    // The failure actions of a communication server's service.
+    const Bytes failureActions = {128, 81, 1,  0,   0, 0, 0, 0, 0, 0,  0,   0,   3, 0, 0,
+                                  0,   20, 0,  0,   0, 1, 0, 0, 0, 96, 234, 0,   0, 1, 0,
+                                  0,   0,  96, 234, 0, 0, 1, 0, 0, 0,  96,  234, 0, 0};
     const struct {
         const char* name;
         std::variant<std::string, std::uint32_t, Bytes> value;
         DWORD type;
         Bytes bytes;
     } cases[] = {
-        {"Description", std::string("Marovex Telvareur"), REG_SZ, StoredText(u"Marovex Telvareur")},
         {"R\xC3\xA9"
          "f",
          std::string("Fraiseuse \xC3\xA9\xE2\x82\xAC"), REG_SZ, StoredText(u"Fraiseuse \u00E9\u20AC")},
@@ -105,13 +75,13 @@ TEST(WinRegistry, EveryKindIsStoredAsTheSuiteReadsIt) {
         {"ImagePath", std::string("\"%SystemRoot%\\srvany.exe\""), REG_EXPAND_SZ,
          StoredText(u"\"%SystemRoot%\\srvany.exe\"")},
         {"AppHwnd", 86400u, REG_DWORD, Bytes{0x80, 0x51, 0x01, 0x00}},
-        {"FailureActions", kFailureActions, REG_BINARY, kFailureActions},
+        {"FailureActions", failureActions, REG_BINARY, failureActions},
         {"Nothing", Bytes{}, REG_BINARY, Bytes{}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         // Each below a key that does not exist yet: the write creates it.
-        const std::string key = scratch.path() + "\\" + c.name;
+        const std::string key = kKey + "\\" + c.name;
         if (const auto* text = std::get_if<std::string>(&c.value)) {
             ASSERT_TRUE(RegWriteString(kCU, key, c.name, *text, c.type == REG_EXPAND_SZ));
             EXPECT_EQ(RegReadString(kCU, key, c.name), *text);
@@ -122,47 +92,16 @@ TEST(WinRegistry, EveryKindIsStoredAsTheSuiteReadsIt) {
             ASSERT_TRUE(RegWriteBinary(kCU, key, c.name, std::get<Bytes>(c.value)));
             EXPECT_EQ(RegReadBinary(kCU, key, c.name), std::get<Bytes>(c.value));
         }
-        const auto stored = ReadStored(kCU, key, c.name);
+        const auto stored = ReadStored(HKEY_CURRENT_USER, key, c.name);
         ASSERT_TRUE(stored.has_value());
         EXPECT_EQ(stored->type, c.type);
         EXPECT_EQ(stored->bytes, c.bytes);
     }
 }
 
-TEST(WinRegistry, TheServiceKeysWithTheirLeadingBackslash) {
-    const auto lm = RegRoot::LocalMachine;
-    const ScratchKey scratch(lm, "SYSTEM\\CurrentControlSet\\Services");
-    const std::string written = "\\" + scratch.path(); // as the service commands name the key
-    ASSERT_TRUE(RegWriteString(lm, written, "ImagePath", "\"C:\\Talm\\Exe\\srvany.exe\"", true));
-    ASSERT_TRUE(
-        RegWriteString(lm, written + "\\Parameters", "Application", "\"C:\\Talm\\TOUR1\\telvar.exe\""));
-    ASSERT_TRUE(RegWriteBinary(lm, written, "FailureActions", kFailureActions));
-    const struct {
-        std::string key, name;
-        DWORD type;
-        Bytes bytes;
-    } expected[] = {
-        {scratch.path(), "ImagePath", REG_EXPAND_SZ, StoredText(u"\"C:\\Talm\\Exe\\srvany.exe\"")},
-        {scratch.path() + "\\Parameters", "Application", REG_SZ,
-         StoredText(u"\"C:\\Talm\\TOUR1\\telvar.exe\"")},
-        {scratch.path(), "FailureActions", REG_BINARY, kFailureActions},
-    };
-    for (const auto& e : expected) {
-        SCOPED_TRACE(e.name);
-        const auto stored = ReadStored(lm, e.key, e.name);
-        ASSERT_TRUE(stored.has_value());
-        EXPECT_EQ(stored->type, e.type);
-        EXPECT_EQ(stored->bytes, e.bytes);
-    }
-    EXPECT_EQ(RegReadBinary(lm, written, "FailureActions"), kFailureActions);
-}
-
 TEST(WinRegistry, OneKindReadAsAnother) {
-    const ScratchKey scratch(kCU, "Software");
-    const auto dword = [](std::uint32_t n) {
-        return Bytes{static_cast<std::uint8_t>(n), static_cast<std::uint8_t>(n >> 8),
-                     static_cast<std::uint8_t>(n >> 16), static_cast<std::uint8_t>(n >> 24)};
-    };
+    const test::ScratchRegistry scratch;
+    ASSERT_TRUE(scratch.Ready());
     Bytes unterminated = StoredText(u"4711");
     unterminated.resize(unterminated.size() - 2);
     const struct {
@@ -173,16 +112,13 @@ TEST(WinRegistry, OneKindReadAsAnother) {
         std::optional<std::uint32_t> asDword;
         std::optional<Bytes> asBinary;
     } cases[] = {
-        {"DWORD as decimal text", REG_DWORD, dword(12345), "12345", 12345u, std::nullopt},
-        {"largest DWORD", REG_DWORD, dword(4294967295u), "4294967295", 4294967295u, std::nullopt},
-        {"digits", REG_SZ, StoredText(u"12345"), "12345", 12345u, std::nullopt},
+        {"DWORD as decimal text", REG_DWORD, Bytes{0x39, 0x30, 0, 0}, "12345", 12345u, std::nullopt},
+        {"largest DWORD", REG_DWORD, Bytes{255, 255, 255, 255}, "4294967295", 4294967295u, std::nullopt},
         {"digits between blanks", REG_SZ, StoredText(u" 42\t"), " 42\t", 42u, std::nullopt},
-        {"hexadecimal", REG_SZ, StoredText(u"0x1f"), "0x1f", 31u, std::nullopt},
         {"largest hexadecimal", REG_EXPAND_SZ, StoredText(u"0XFFFFFFFF"), "0XFFFFFFFF", 4294967295u,
          std::nullopt},
         {"beyond 32 bits", REG_SZ, StoredText(u"4294967296"), "4294967296", std::nullopt, std::nullopt},
         {"not a number", REG_SZ, StoredText(u"12a"), "12a", std::nullopt, std::nullopt},
-        {"negative", REG_SZ, StoredText(u"-1"), "-1", std::nullopt, std::nullopt},
         {"empty", REG_SZ, StoredText(u""), "", std::nullopt, std::nullopt},
         {"string without its null", REG_SZ, unterminated, "4711", 4711u, std::nullopt},
         {"binary", REG_BINARY, Bytes{0x39, 0x30, 0, 0}, std::nullopt, std::nullopt, Bytes{0x39, 0x30, 0, 0}},
@@ -192,32 +128,29 @@ TEST(WinRegistry, OneKindReadAsAnother) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.label);
         // Written as another program writes it.
-        ASSERT_EQ(::RegSetKeyValueW(HKEY_CURRENT_USER, win32::Widen(scratch.path()).c_str(),
+        ASSERT_EQ(::RegSetKeyValueW(HKEY_CURRENT_USER, win32::Widen(kKey).c_str(),
                                     win32::Widen(c.label).c_str(), c.type, c.stored.data(),
                                     static_cast<DWORD>(c.stored.size())),
                   ERROR_SUCCESS);
-        EXPECT_EQ(RegReadString(kCU, scratch.path(), c.label), c.asString);
-        EXPECT_EQ(RegReadDword(kCU, scratch.path(), c.label), c.asDword);
-        EXPECT_EQ(RegReadBinary(kCU, scratch.path(), c.label), c.asBinary);
+        EXPECT_EQ(RegReadString(kCU, kKey, c.label), c.asString);
+        EXPECT_EQ(RegReadDword(kCU, kKey, c.label), c.asDword);
+        EXPECT_EQ(RegReadBinary(kCU, kKey, c.label), c.asBinary);
     }
 }
 
 TEST(WinRegistry, DeletedValuesAreGone) {
-    const ScratchKey scratch(kCU, "Software");
-    ASSERT_TRUE(RegWriteString(kCU, scratch.path(), "TOUR1", "\"C:\\Talm\\TOUR1\\telvar.exe\""));
-    ASSERT_TRUE(RegWriteString(kCU, scratch.path(), "TOUR2", "kept"));
-
-    EXPECT_TRUE(RegDeleteValue(kCU, scratch.path(), "tour1")); // names compare without regard to case
-    EXPECT_FALSE(ReadStored(kCU, scratch.path(), "TOUR1").has_value());
-    EXPECT_EQ(RegReadString(kCU, scratch.path(), "TOUR1"), std::nullopt);
-    EXPECT_EQ(RegReadDword(kCU, scratch.path() + "\\Missing", "TOUR1"), std::nullopt);
-    EXPECT_EQ(RegReadBinary(kCU, scratch.path() + "\\Missing", "TOUR1"), std::nullopt);
-    EXPECT_EQ(RegReadString(kCU, scratch.path(), "TOUR2"), "kept");
-    // Deleting what is not there succeeds and creates nothing.
-    EXPECT_TRUE(RegDeleteValue(kCU, scratch.path(), "TOUR1"));
-    EXPECT_TRUE(RegDeleteValue(kCU, scratch.path() + "\\Missing", "TOUR1"));
+    const test::ScratchRegistry scratch;
+    ASSERT_TRUE(scratch.Ready());
+    ASSERT_TRUE(RegWriteString(kCU, kKey, "TOUR1", "\"C:\\Talm\\TOUR1\\telvar.exe\""));
+    ASSERT_TRUE(RegWriteString(kCU, kKey, "TOUR2", "kept"));
+    EXPECT_TRUE(RegDeleteValue(kCU, kKey, "tour1")); // names compare without regard to case
+    EXPECT_FALSE(ReadStored(HKEY_CURRENT_USER, kKey, "TOUR1").has_value());
+    EXPECT_EQ(RegReadString(kCU, kKey, "TOUR2"), "kept");
+    // Deleting below a key that is not there succeeds and creates nothing.
+    EXPECT_TRUE(RegDeleteValue(kCU, kKey + "\\Missing", "TOUR1"));
+    EXPECT_EQ(RegReadBinary(kCU, kKey + "\\Missing", "TOUR1"), std::nullopt);
     HKEY missing = nullptr;
-    EXPECT_EQ(::RegOpenKeyExW(HKEY_CURRENT_USER, win32::Widen(scratch.path() + "\\Missing").c_str(), 0,
+    EXPECT_EQ(::RegOpenKeyExW(HKEY_CURRENT_USER, win32::Widen(kKey + "\\Missing").c_str(), 0,
                               KEY_READ | KEY_WOW64_32KEY, &missing),
               ERROR_FILE_NOT_FOUND);
 }
@@ -229,14 +162,17 @@ TEST(WinRegistry, TheSuiteSharesThe32BitView) {
     BOOL wow64 = FALSE;
     ::IsWow64Process(::GetCurrentProcess(), &wow64);
     if (sizeof(void*) == 4 && !wow64) GTEST_SKIP() << "a 32-bit system has one view of the registry";
-    const ScratchKey scratch(RegRoot::LocalMachine, "SOFTWARE\\MAROVEX");
-    ASSERT_TRUE(RegWriteDword(RegRoot::LocalMachine, scratch.path(), "AppHwnd", 4242));
-    const std::string redirected =
-        "SOFTWARE\\WOW6432Node\\" + scratch.path().substr(std::string("SOFTWARE\\").size());
-    const auto stored = ReadStored(RegRoot::LocalMachine, redirected, "AppHwnd", KEY_WOW64_64KEY);
+    const std::string name = "Kirva test " + std::to_string(::GetCurrentProcessId());
+    const struct Removed {
+        std::wstring key;
+        ~Removed() { ::RegDeleteKeyExW(HKEY_LOCAL_MACHINE, key.c_str(), KEY_WOW64_32KEY, 0); }
+    } removed{win32::Widen("SOFTWARE\\MAROVEX\\" + name)};
+    ASSERT_TRUE(RegWriteDword(RegRoot::LocalMachine, "SOFTWARE\\MAROVEX\\" + name, "AppHwnd", 4242));
+    const auto stored =
+        ReadStored(HKEY_LOCAL_MACHINE, "SOFTWARE\\WOW6432Node\\MAROVEX\\" + name, "AppHwnd", KEY_WOW64_64KEY);
     ASSERT_TRUE(stored.has_value());
     EXPECT_EQ(stored->bytes, (Bytes{0x92, 0x10, 0, 0}));
-    EXPECT_FALSE(ReadStored(RegRoot::LocalMachine, scratch.path(), "AppHwnd", KEY_WOW64_64KEY).has_value());
+    EXPECT_FALSE(ReadStored(HKEY_LOCAL_MACHINE, "SOFTWARE\\MAROVEX\\" + name, "AppHwnd", KEY_WOW64_64KEY));
 }
 
 } // namespace

@@ -6,8 +6,6 @@
 #include "platform/platform.h"
 #include "platform/win32/internal.h"
 
-#include <algorithm>
-#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -23,9 +21,9 @@ inline std::wstring TestProgram() {
 }
 
 // Full path of a program built beside the running test program.
-inline std::wstring BesideTestProgram(const std::wstring& name) {
+inline std::wstring BesideTestProgram(const char* name) {
     const std::wstring self = TestProgram();
-    return self.substr(0, self.find_last_of(L"\\/") + 1) + name;
+    return self.substr(0, self.find_last_of(L"\\/") + 1) + platform::win32::Widen(name);
 }
 
 inline bool RunningUnderWine() {
@@ -63,10 +61,7 @@ class StandIn {
         }
     }
     ~StandIn() {
-        if (Running()) {
-            ::TerminateProcess(process_.get(), 99);
-            ::WaitForSingleObject(process_.get(), 5000);
-        }
+        if (Running() && ::TerminateProcess(process_.get(), 99)) ::WaitForSingleObject(process_.get(), 5000);
     }
     StandIn(const StandIn&) = delete;
     StandIn& operator=(const StandIn&) = delete;
@@ -88,9 +83,9 @@ class StandIn {
 // program to end (at most a few milliseconds): once it has ended, one last check decides.
 inline bool WaitWhileRunning(const StandIn& program, DWORD timeoutMs,
                              const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    const ULONGLONG deadline = ::GetTickCount64() + timeoutMs;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline) return false;
+        if (::GetTickCount64() >= deadline) return false;
         if (::WaitForSingleObject(program.get(), 20) != WAIT_TIMEOUT) return condition();
     }
     return true;
@@ -103,26 +98,18 @@ inline bool WaitForFolderChange(const std::wstring& folder, DWORD timeoutMs,
     const HANDLE change = ::FindFirstChangeNotificationW(
         folder.c_str(), FALSE,
         FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_LAST_WRITE | FILE_NOTIFY_CHANGE_SIZE);
-    if (change == INVALID_HANDLE_VALUE) return condition();
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    const ULONGLONG deadline = ::GetTickCount64() + timeoutMs;
     bool holds = condition();
-    while (!holds) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now())
-                .count();
-        if (left <= 0) break;
-        // A change can come between the check and the wait: the notification stays signalled
-        // until it is asked for again, so none is missed. The short limit only bounds how late a
-        // change is seen that the system does not report (a write still in its cache).
-        const DWORD waited =
-            ::WaitForSingleObject(change, static_cast<DWORD>(std::min<long long>(left, 100)));
-        if (waited == WAIT_OBJECT_0)
-            ::FindNextChangeNotification(change);
-        else if (waited != WAIT_TIMEOUT)
-            break;
+    // A change can come between the check and the wait: the notification stays signalled until it
+    // is asked for again, so none is missed. The short wait only bounds how late a change is seen
+    // that the system does not report (a write still in its cache).
+    while (!holds && change != INVALID_HANDLE_VALUE && ::GetTickCount64() < deadline) {
+        const DWORD waited = ::WaitForSingleObject(change, 100);
+        if (waited == WAIT_FAILED) break;
+        if (waited == WAIT_OBJECT_0) ::FindNextChangeNotification(change);
         holds = condition();
     }
-    ::FindCloseChangeNotification(change);
+    if (change != INVALID_HANDLE_VALUE) ::FindCloseChangeNotification(change);
     return holds;
 }
 

@@ -4,10 +4,9 @@
 // parameter of each message 28679 it receives as one line of its result file. It ends after the
 // number of messages given, or after 30 seconds without them (exit code 2).
 //
-//   kirva_caller_standin.exe <result file> [<messages to wait for>]
+//   kirva_caller_standin.exe <result file> <messages to wait for>
 #include "StandInWindow.h"
 
-#include <algorithm>
 #include <shellapi.h>
 
 namespace {
@@ -43,9 +42,9 @@ bool PublishHandle(HWND window) {
 int WINAPI WinMain(HINSTANCE instance, HINSTANCE, LPSTR, int) {
     int count = 0;
     wchar_t** arguments = ::CommandLineToArgvW(::GetCommandLineW(), &count);
-    if (arguments == nullptr || count < 2) return 1;
+    if (arguments == nullptr || count < 3) return 1;
     gResultFile = arguments[1];
-    if (count > 2) gExpected = std::max(1, _wtoi(arguments[2]));
+    gExpected = _wtoi(arguments[2]);
     ::LocalFree(arguments);
     return standin::RunWindow(instance, L"KirvaCallerStandIn", WindowProcedure, L"Kalderon stand-in", SW_HIDE,
                               30000, PublishHandle);
