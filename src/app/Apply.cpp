@@ -1,5 +1,6 @@
 #include "app/Apply.h"
 
+#include "app/Backup.h"
 #include "app/CallerSettings.h"
 #include "ini/helpers.h"
 #include "machine/TelvarFile.h"
@@ -43,7 +44,8 @@ ApplyOutcome ApplyMachine(ProgramState& state, MachineConfig& machine, RemonteSt
     ApplyOutcome outcome;
     ProgramSettings& settings = state.Settings;
     try {
-        // 1. Registration with the calling program.
+        // 1. Registration with the calling program. Each file an apply replaces is kept first.
+        if (KnownCaller(settings.Mode)) BackUpFile(settings.PathAppCallingIni);
         const auto number = TakeEntryNumber(settings);
         if (number && *number > 0 && KnownCaller(settings.Mode)) {
             outcome.Registered =
@@ -53,6 +55,7 @@ ApplyOutcome ApplyMachine(ProgramState& state, MachineConfig& machine, RemonteSt
         // 2. The machine's own file, in the folder the caller now knows it by.
         if (!Trim(machine.PathTelvar).empty()) machine.MachineDir = Trim(machine.PathTelvar);
         if (!machine.MachineDir.empty()) {
+            BackUpFile(TelvarIniPathIn(machine.MachineDir));
             outcome.TelvarWritten = WriteTelvarIni(machine, ThisWorkstation(), remonte);
             state.MachineSettingsPath = TelvarIniPathIn(machine.MachineDir);
         }
@@ -66,6 +69,7 @@ ApplyOutcome ApplyMachine(ProgramState& state, MachineConfig& machine, RemonteSt
                 const std::string telvar = TelvarIniPathIn(machine.MachineDir);
                 std::string iso = Trim(machine.PathIsoIni);
                 if (iso.empty()) iso = AddTrailingBackslash(machine.MachineDir) + "Iso.ini";
+                BackUpFile(iso);
                 outcome.ListsSaved = actions.SaveLists(iso, telvar);
             }
         }

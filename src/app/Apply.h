@@ -50,7 +50,8 @@ struct ApplyOutcome {
 //     this edit is started, and the three lists are saved;
 //  4. the calling program is notified.
 // A failed write is reported by its writer and the apply goes on with the next step; an entry is
-// not written when the new count could not be (the caller would not see it).
+// not written when the new count could not be (the caller would not see it). Before each file is
+// replaced, its previous content is kept in its backup folder (app/Backup.h).
 ApplyOutcome ApplyMachine(ProgramState& state, MachineConfig& machine, RemonteState& remonte,
                           const ApplyActions& actions);
 

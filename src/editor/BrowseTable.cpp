@@ -1,5 +1,7 @@
 #include "editor/BrowseTable.h"
 
+#include "editor/RestoreDialog.h"
+
 #include <QFileDialog>
 #include <vector>
 
@@ -84,6 +86,12 @@ const BrowseDef* FindBrowse(std::string_view button, int member) {
         if (button == row.Button && member == row.Member) return &row;
     }
     return nullptr;
+}
+
+std::optional<std::string> DialogService::ChooseBackup(QWidget* parent, const std::string& file) {
+    RestoreDialog dialog(file, parent);
+    if (dialog.exec() != QDialog::Accepted || dialog.Chosen().empty()) return std::nullopt;
+    return dialog.Chosen();
 }
 
 DialogService& Dialogs() {

@@ -45,6 +45,8 @@ class DialogService {
                                             const QString& filter) = 0;
     virtual std::optional<QString> SelectFolder(QWidget* parent, const QString& title,
                                                 const QString& startFolder) = 0;
+    // The backup of file to restore ("Restaurer..."); the Qt service shows RestoreDialog.
+    virtual std::optional<std::string> ChooseBackup(QWidget* parent, const std::string& file);
 };
 
 // The service in use (never null); nullptr restores the Qt dialogs.

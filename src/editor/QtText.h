@@ -12,9 +12,10 @@ inline QString Q(const std::string& text) {
     return QString::fromStdString(text);
 }
 
-// A program text translated through the dictionary (section "KIRVA").
-inline QString Tr(const char* text) {
-    return QString::fromStdString(TK_TRANSLATE::TranslateText(text, kDicoSection));
+// A program text translated through the dictionary (section "KIRVA"), values put in for x1x, x2x ...
+template <typename... Values>
+QString Tr(const char* text, const Values&... values) {
+    return QString::fromStdString(TK_TRANSLATE::TranslateText(text, kDicoSection, values...));
 }
 
 } // namespace kirva

@@ -250,6 +250,13 @@ void frmKirva::BuildWindow() {
     splitter->setSizes({210, 1000});
 
     auto* bottom = new QHBoxLayout;
+    auto* restore = new QPushButton(Tr("&Restaurer..."));
+    restore->setObjectName(QStringLiteral("cmdRestore"));
+    restore->setToolTip(
+        Tr("Remet une copie de sauvegarde du fichier Telvar.ini de la machine (dossier backup)"));
+    restore->setEnabled(!AddMode());
+    connect(restore, &QPushButton::clicked, this, [this] { RestoreMachine(); });
+    bottom->addWidget(restore);
     bottom->addStretch();
     bottom->addWidget(CommandButton(0));
     bottom->addWidget(CommandButton(1));

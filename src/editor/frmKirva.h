@@ -152,7 +152,11 @@ class frmKirva : public QMainWindow {
     void CreateProgramFolderOf(int field, bool archive);
     void FillStandardValues(int member);
     void LoadMachineFile();
+    // Shows a machine file in the fields and its lists, as "&Charger" does.
+    void ShowMachineFile(const std::string& file, const std::string& folder);
     void ExportMachine();
+    // "Restaurer...": a backup of the machine's Telvar.ini put back and shown.
+    void RestoreMachine();
 
     // ---------------------------------------------------------------- lists and rules (frmKirvaRules.cpp)
     void FillChoiceLists();

@@ -10,6 +10,7 @@
 #include <array>
 
 #include "app/Apply.h"
+#include "app/Backup.h"
 #include "app/CallerSettings.h"
 #include "app/MachineCommands.h"
 #include "editor/ActivityChannelsPanel.h"
@@ -18,6 +19,7 @@
 #include "editor/IsoInsertPanel.h"
 #include "editor/PingWidgets.h"
 #include "editor/PlansPanel.h"
+#include "editor/RestoreDialog.h"
 #include "editor/WaitCursor.h"
 #include "editor/frmKirva.h"
 #include "ini/helpers.h"
@@ -278,6 +280,10 @@ void frmKirva::LoadMachineFile() {
             SetFieldText(QStringLiteral("TxtTelvar"), 48, Q(field));
         }
     }
+    ShowMachineFile(file, folder);
+}
+
+void frmKirva::ShowMachineFile(const std::string& file, const std::string& folder) {
     // The fields that Telvar.ini does not hold keep what the window shows; the file gives the rest.
     MachineConfig machine = Machine();
     RemonteState remonte = Remonte();
@@ -290,6 +296,20 @@ void frmKirva::LoadMachineFile() {
     plans_->Load(file);
     channels_->Load(file);
     isoInsert_->Load(FieldText(QStringLiteral("TxtTelvar"), 2).toStdString());
+}
+
+void frmKirva::RestoreMachine() {
+    const QString folder = MachineFolder();
+    if (folder.trimmed().isEmpty()) return;
+    const std::string file = TelvarIniPathIn(AddTrailingBackslash(folder.trimmed().toStdString()));
+    const auto chosen = Dialogs().ChooseBackup(this, file);
+    if (!chosen) return;
+    std::string when;
+    for (const BackupEntry& b : ListBackups(file))
+        if (b.Path == *chosen) when = b.When;
+    if (!RestoreBackup(*chosen, file)) return;
+    ShowMachineFile(file, AddTrailingBackslash(folder.trimmed().toStdString()));
+    ShowStatus(Tr(kRestored, when));
 }
 
 void frmKirva::ExportMachine() {

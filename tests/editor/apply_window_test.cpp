@@ -14,8 +14,8 @@
 
 #include "WindowFixture.h"
 #include "app/AppTestSupport.h"
-#include "app/Startup.h"
 #include "app/FieldTable.h"
+#include "app/Startup.h"
 #include "editor/IsoInsertPanel.h"
 #include "editor/frmKirva.h"
 #include "machine/Validation.h"
