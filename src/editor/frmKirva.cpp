@@ -169,6 +169,7 @@ void frmKirva::SetTitle() {
     title += " ";
     title +=
         AddMode() ? TranslateText("Ajouter...", kDicoSection) : TranslateText("Configurer...", kDicoSection);
+    if (changedFields_ > 0) title += " *"; // the machine has changes not written yet
     setWindowTitle(Q(title));
 }
 

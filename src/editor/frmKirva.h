@@ -16,12 +16,13 @@
 #include <vector>
 
 #include "app/Apply.h"
-#include "app/ProgramSettings.h"
 #include "app/FieldTable.h"
+#include "app/ProgramSettings.h"
 #include "editor/Vocabularies.h"
 #include "machine/ControlCatalogue.h"
 #include "machine/MachineConfig.h"
 
+class QCloseEvent;
 class QComboBox;
 class QFormLayout;
 class QLabel;
@@ -104,6 +105,15 @@ class frmKirva : public QMainWindow {
     // the folder cannot be made or a picture cannot be written.
     bool SaveScreenshots(const QString& folder, QString* error = nullptr);
 
+    // Whether a field now differs from what the window showed of the machine.
+    bool FieldChanged(const FieldDef& def) const;
+    // The number of fields that differ from what was read.
+    int ChangedFieldCount() const;
+
+  protected:
+    // A cancel (the button, Escape, the close box) with changes asks once whether to drop them.
+    void closeEvent(QCloseEvent* event) override;
+
   private:
     // Where a field stands: its form and the widget of its row (the field, or the field with its buttons).
     struct RowPlace {
@@ -177,6 +187,9 @@ class frmKirva : public QMainWindow {
     void ShowField(const FieldDef& def, const std::string& stored);
     std::string FieldValue(const FieldDef& def) const;
     QString DisplayState(const FieldDef& def) const;
+    // The marks of the changed fields (bold label, the value read in the tooltip) and the title.
+    void ScheduleChangeMarks();
+    void UpdateChangeMarks();
 
     // ---------------------------------------------------------------- state
     ProgramState& state_;
@@ -203,6 +216,9 @@ class frmKirva : public QMainWindow {
     std::array<std::function<void()>, 14> commandActions_;
     bool referenceTyped_ = false; // the reference field held text before the last key
     ApplyOutcome lastApply_;      // what the last apply wrote
+    bool applied_ = false;        // the window closes after an apply: nothing to drop
+    bool marksPending_ = false;   // an update of the change marks is on its way
+    int changedFields_ = 0;
 };
 
 } // namespace kirva

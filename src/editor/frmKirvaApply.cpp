@@ -206,7 +206,8 @@ bool frmKirva::Apply() {
         const WaitCursor wait;
         lastApply_ = ApplyMachine(state_, Machine(), Remonte(), actions);
     }
-    // The edit is over, as the cancel button ends it.
+    // The edit is over, as the cancel button ends it; what was edited is written.
+    applied_ = true;
     close();
     return true;
 }

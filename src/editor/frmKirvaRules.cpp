@@ -2,6 +2,7 @@
 // and model, start condition), the fields hidden for the DNC transfer program, the focus watch
 // and the lists the machine holds.
 #include "editor/QtText.h"
+#include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFormLayout>
@@ -172,8 +173,16 @@ void frmKirva::WatchEditingFields() {
         this, [this](QWidget* w) { CtrlGotFocus(w); }, [this](QWidget* w) { CtrlLostFocus(w); });
     for (QLineEdit* line : stack_->findChildren<QLineEdit*>()) {
         if (qobject_cast<QComboBox*>(line->parentWidget()) == nullptr) focusWatcher_->Watch(line);
+        connect(line, &QLineEdit::textChanged, this, [this] { ScheduleChangeMarks(); });
     }
-    for (QComboBox* box : stack_->findChildren<QComboBox*>()) focusWatcher_->Watch(box);
+    for (QComboBox* box : stack_->findChildren<QComboBox*>()) {
+        focusWatcher_->Watch(box);
+        connect(box, &QComboBox::currentIndexChanged, this, [this] { ScheduleChangeMarks(); });
+    }
+    for (QAbstractButton* button : stack_->findChildren<QAbstractButton*>()) {
+        if (button->isCheckable())
+            connect(button, &QAbstractButton::toggled, this, [this] { ScheduleChangeMarks(); });
+    }
 }
 
 // ====================================================================== field rules

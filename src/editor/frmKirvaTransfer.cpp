@@ -7,8 +7,11 @@
 #include "editor/QtText.h"
 #include <QButtonGroup>
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QComboBox>
+#include <QFormLayout>
 #include <QLineEdit>
+#include <QTimer>
 #include <QVariant>
 
 #include "editor/ActivityChannelsPanel.h"
@@ -17,6 +20,7 @@
 #include "editor/frmKirva.h"
 #include "ini/clsIniVar.h"
 #include "machine/Vocabularies.h"
+#include "translate/messages.h"
 
 namespace kirva {
 
@@ -24,6 +28,8 @@ namespace {
 
 constexpr const char* kShownState = "kirvaShownState";
 constexpr const char* kShownValue = "kirvaShownValue";
+constexpr const char* kValueRead = "Valeur lue : « x1x »";
+constexpr const char* kDropChanges = "La machine a des modifications. Les abandonner ?";
 
 int NumberOf(const std::string& text) {
     return ParseInt32(text).value_or(0);
@@ -223,6 +229,69 @@ void frmKirva::TakeMachine(MachineConfig& machine, RemonteState& remonte) const 
     if (state_.Settings.Mode == 2) machine.Name = machine.RefMO;
     machine.CanalAnalyse = analysisChannels_->Channels();
     activities_->Take(machine);
+}
+
+// ====================================================================== what changed
+
+bool frmKirva::FieldChanged(const FieldDef& def) const {
+    QWidget* w = WidgetOf(def);
+    if (w == nullptr || def.Store == FieldStore::WindowOnly) return false;
+    const QVariant shown = w->property(kShownState);
+    return shown.isValid() && shown.toString() != DisplayState(def);
+}
+
+int frmKirva::ChangedFieldCount() const {
+    int count = 0;
+    for (const FieldDef& def : FieldTable()) count += FieldChanged(def) ? 1 : 0;
+    return count;
+}
+
+void frmKirva::ScheduleChangeMarks() {
+    // A burst of edits (a preset, a machine shown) is marked once, when the window is idle again.
+    if (marksPending_) return;
+    marksPending_ = true;
+    QTimer::singleShot(0, this, [this] {
+        marksPending_ = false;
+        UpdateChangeMarks();
+    });
+}
+
+void frmKirva::UpdateChangeMarks() {
+    int changed = 0;
+    for (const FieldDef& def : FieldTable()) {
+        QWidget* w = WidgetOf(def);
+        if (w == nullptr || def.Store == FieldStore::WindowOnly) continue;
+        const bool differs = FieldChanged(def);
+        changed += differs ? 1 : 0;
+        // The label of the field's row, or the check box that is its own label.
+        QWidget* label = w;
+        const auto place = rowOf_.constFind(Q(FieldObjectName(def)));
+        if (place != rowOf_.constEnd() && place->Form != nullptr) {
+            if (QWidget* l = place->Form->labelForField(place->Row)) label = l;
+        }
+        QFont font = label->font();
+        if (font.bold() != differs) {
+            font.setBold(differs);
+            label->setFont(font);
+        }
+        QString tip = Q(FieldTooltip(def, state_.Settings));
+        if (differs)
+            tip += QLatin1Char('\n') + Tr(kValueRead, w->property(kShownValue).toString().toStdString());
+        if (w->toolTip() != tip) w->setToolTip(tip);
+    }
+    if (changed != changedFields_) {
+        changedFields_ = changed;
+        SetTitle();
+    }
+}
+
+void frmKirva::closeEvent(QCloseEvent* event) {
+    if (!applied_ && ChangedFieldCount() > 0 &&
+        ShowMessage(kDropChanges, IconQuestion, MsgButtons::YesNo) != MsgAnswer::Yes) {
+        event->ignore();
+        return;
+    }
+    QMainWindow::closeEvent(event);
 }
 
 } // namespace kirva

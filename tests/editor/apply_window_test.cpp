@@ -374,6 +374,9 @@ TEST_F(ApplyWindow, DemoMachinesApplyAsTheyStand) {
             WriteBytes(dir / "exe/Kirva.ini", handOff);
             Restart();
             Start();
+            QCoreApplication::processEvents();
+            EXPECT_EQ(window->ChangedFieldCount(), 0); // a machine shown as read has no change
+            EXPECT_FALSE(window->windowTitle().endsWith(QStringLiteral(" *")));
             Click("cmdExit_0");
             EXPECT_TRUE(window->LastApply().TelvarWritten) << "stopped on " << Stopped();
             EXPECT_TRUE(messages.entries.empty()) << Stopped();

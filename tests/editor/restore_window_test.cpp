@@ -54,6 +54,7 @@ TEST(RestoreWindow, AddModeHasNothingToRestore) {
     WindowFixture f(1, 1);
     f.Open();
     EXPECT_FALSE(f.Find<QPushButton>("cmdRestore")->isEnabled());
+    EXPECT_EQ(f.window->ChangedFieldCount(), 0); // what the window presets is no change of the user
     RestoreDialog dialog(f.dir / "none/Telvar.ini");
     EXPECT_EQ(dialog.Chosen(), "");
     EXPECT_EQ(dialog.Differences(),
