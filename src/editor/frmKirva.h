@@ -13,6 +13,7 @@
 #include <QStringList>
 #include <array>
 #include <functional>
+#include <map>
 #include <vector>
 
 #include "app/Apply.h"
@@ -187,6 +188,11 @@ class frmKirva : public QMainWindow {
     void ShowField(const FieldDef& def, const std::string& stored);
     std::string FieldValue(const FieldDef& def) const;
     QString DisplayState(const FieldDef& def) const;
+    // The hints beside some fields: characters shown readably, a COM port this computer lacks, a
+    // port another machine of the workshop uses (frmKirvaHints.cpp).
+    bool FieldHasHint(const FieldDef& def) const;
+    void UpdateHint(const FieldDef& def);
+    void LoadWorkshopPorts();
     // The marks of the changed fields (bold label, the value read in the tooltip) and the title.
     void ScheduleChangeMarks();
     void UpdateChangeMarks();
@@ -219,6 +225,8 @@ class frmKirva : public QMainWindow {
     bool applied_ = false;        // the window closes after an apply: nothing to drop
     bool marksPending_ = false;   // an update of the change marks is on its way
     int changedFields_ = 0;
+    QHash<QString, QLabel*> hints_;                              // by the field's object name
+    std::map<std::int32_t, std::string> otherTcp_, otherSerial_; // ports of the workshop's other machines
 };
 
 } // namespace kirva

@@ -216,6 +216,12 @@ void frmKirva::AddFieldRow(QFormLayout* form, const FieldDef& def) {
         }
     }
     if (def.Command >= 0) beside.push_back(CommandButton(def.Command));
+    if (FieldHasHint(def)) {
+        auto* hint = new QLabel;
+        hint->setObjectName(name + QStringLiteral("_hint"));
+        hints_.insert(name, hint);
+        beside.push_back(hint);
+    }
     QWidget* rowWidget = field;
     if (!beside.empty()) {
         auto* row = new QHBoxLayout;

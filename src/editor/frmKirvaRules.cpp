@@ -13,6 +13,7 @@
 #include <QStackedWidget>
 #include <QTabWidget>
 #include <QTextEdit>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <QValidator>
 #include <QVariant>
@@ -179,6 +180,15 @@ void frmKirva::WatchEditingFields() {
         focusWatcher_->Watch(box);
         connect(box, &QComboBox::currentIndexChanged, this, [this] { ScheduleChangeMarks(); });
     }
+    for (const FieldDef& def : FieldTable()) {
+        if (!FieldHasHint(def)) continue;
+        const FieldDef* row = &def;
+        if (auto* line = qobject_cast<QLineEdit*>(WidgetOf(def)))
+            connect(line, &QLineEdit::textChanged, this, [this, row] { UpdateHint(*row); });
+        if (auto* box = qobject_cast<QComboBox*>(WidgetOf(def)))
+            connect(box, &QComboBox::currentTextChanged, this, [this, row] { UpdateHint(*row); });
+    }
+    QTimer::singleShot(0, this, [this] { LoadWorkshopPorts(); });
     for (QAbstractButton* button : stack_->findChildren<QAbstractButton*>()) {
         if (button->isCheckable())
             connect(button, &QAbstractButton::toggled, this, [this] { ScheduleChangeMarks(); });

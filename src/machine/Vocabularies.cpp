@@ -1,5 +1,7 @@
 #include "machine/Vocabularies.h"
 
+#include <array>
+
 #include <utility>
 
 namespace kirva {
@@ -87,6 +89,55 @@ std::string NormalizeServicePort(std::string_view typed) {
         if (trimmed == name || (!port.empty() && trimmed == port)) return std::string(port);
     }
     return std::string(trimmed);
+}
+
+namespace {
+
+constexpr std::array<const char*, 32> kControlNames{"NUL", "SOH", "STX", "ETX", "EOT", "ENQ", "ACK", "BEL",
+                                                    "BS",  "HT",  "LF",  "VT",  "FF",  "CR",  "SO",  "SI",
+                                                    "DLE", "DC1", "DC2", "DC3", "DC4", "NAK", "SYN", "ETB",
+                                                    "CAN", "EM",  "SUB", "ESC", "FS",  "GS",  "RS",  "US"};
+
+// One character of code page 1252 (code 0 to 255), readably, as UTF-8.
+std::string Readable(unsigned code) {
+    if (code < 32) return "<" + std::string(kControlNames[code]) + ">";
+    if (code == 127) return "<DEL>";
+    if (code < 128) return std::string(1, static_cast<char>(code));
+    if (code < 160) return "<" + std::to_string(code) + ">"; // code page 1252's own signs are not shown raw
+    std::string utf8;                                        // Latin-1 range: two bytes
+    utf8 += static_cast<char>(0xC0 | (code >> 6));
+    utf8 += static_cast<char>(0x80 | (code & 0x3F));
+    return utf8;
+}
+
+} // namespace
+
+std::string ReadableCharacters(std::string_view text) {
+    std::string shown;
+    // Codes: numbers from 0 to 255 separated by commas, nothing else.
+    bool codes = !text.empty();
+    unsigned code = 0;
+    std::size_t digits = 0;
+    std::string named;
+    for (std::size_t i = 0; i <= text.size() && codes; ++i) {
+        if (i < text.size() && text[i] >= '0' && text[i] <= '9') {
+            code = code * 10 + static_cast<unsigned>(text[i] - '0');
+            codes = ++digits <= 3 && code <= 255;
+        } else if (i == text.size() || text[i] == ',') {
+            codes = digits > 0;
+            named += Readable(code);
+            code = 0;
+            digits = 0;
+        } else {
+            codes = false;
+        }
+    }
+    if (codes) return named;
+    for (const char c : text) {
+        const auto u = static_cast<unsigned char>(c);
+        shown += u < 32 || u == 127 ? Readable(u) : std::string(1, c);
+    }
+    return shown;
 }
 
 } // namespace kirva

@@ -117,4 +117,9 @@ StartConditionView CodeToStartCondition(std::string_view code);
 // "SOCKS" -> "1080", "TELNET" -> "23"; the numbers map to themselves; anything else is kept.
 std::string NormalizeServicePort(std::string_view typed);
 
+// What a field of characters holds, readably: a list of character codes ("13,10", "18") gives
+// their names ("<CR><LF>", "<DC2>"), printable codes their character ("37" -> "%"); typed text
+// is shown with each control character named ("%" stays "%", a tab becomes "<HT>"). "" for "".
+std::string ReadableCharacters(std::string_view text);
+
 } // namespace kirva

@@ -398,12 +398,7 @@ std::vector<Finding> CheckWorkshop(const Workshop& workshop) {
                 found.push_back({"tcp-port", path, "TELVAR", "PortListen", line,
                                  Say(kTcpPortShared, m.PortListen, at->second.machine->Reference)});
         }
-        std::set<std::int32_t> own_ports;
-        for (const auto& [section, port, used] :
-             {std::tuple{"COMM", static_cast<std::int32_t>(m.NumPort), m.NumPort > 0},
-              std::tuple{"CALL_COMM", static_cast<std::int32_t>(m.CallNumPort),
-                         m.CallNumPort > 0 && m.CallMethode != 0}}) {
-            if (!used || !own_ports.insert(port).second) continue;
+        for (const auto& [section, port] : SerialPortsOf(m)) {
             const std::size_t line = LineOf(lines, section, "NumPort");
             const auto [exists, unknown] = serialExists.try_emplace(port, false);
             if (unknown) exists->second = platform::SerialPortExists(port);

@@ -232,6 +232,25 @@ const MachineEntry* FindMachine(const Workshop& workshop, const std::string& nam
     return nullptr;
 }
 
+std::vector<std::pair<const char*, std::int32_t>> SerialPortsOf(const MachineConfig& machine) {
+    std::vector<std::pair<const char*, std::int32_t>> ports;
+    if (machine.NumPort > 0) ports.emplace_back("COMM", machine.NumPort);
+    if (machine.CallNumPort > 0 && machine.CallMethode != 0 && machine.CallNumPort != machine.NumPort)
+        ports.emplace_back("CALL_COMM", machine.CallNumPort);
+    return ports;
+}
+
+PortOwners PortsOfOtherMachines(const Workshop& workshop, std::int32_t exceptIndex) {
+    PortOwners owners;
+    for (const MachineEntry& entry : workshop.Machines) {
+        if (entry.Index == exceptIndex || !entry.File.Exists) continue;
+        const MachineConfig& m = entry.File.Machine;
+        if (m.PortListen > 0) owners.Tcp.try_emplace(m.PortListen, entry.Reference);
+        for (const auto& [section, port] : SerialPortsOf(m)) owners.Serial.try_emplace(port, entry.Reference);
+    }
+    return owners;
+}
+
 std::size_t NameDistance(const std::string& a, const std::string& b) {
     const std::string x = ToUpper(a), y = ToUpper(b);
     std::vector<std::size_t> row(y.size() + 1);

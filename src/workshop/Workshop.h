@@ -5,8 +5,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "machine/MachineConfig.h"
@@ -101,6 +103,16 @@ inline constexpr const char* kExportIndexName = "Index.ini";
 // itself (the caller's or a machine's) is refused, with the reason in error.
 bool ExportWorkshop(const Workshop& workshop, const std::string& folder, ExportResult& result,
                     std::string& error);
+
+// The COM ports a machine uses, with their section: "COMM" NumPort, and "CALL_COMM" NumPort when
+// the remote call uses a method (CallMethode is not 0). Port 0 means none.
+std::vector<std::pair<const char*, std::int32_t>> SerialPortsOf(const MachineConfig& machine);
+// The TCP listening ports and COM ports of the machines of a workshop but one (its entry number;
+// 0 leaves none out), each with the reference of the first machine that uses it.
+struct PortOwners {
+    std::map<std::int32_t, std::string> Tcp, Serial;
+};
+PortOwners PortsOfOtherMachines(const Workshop& workshop, std::int32_t exceptIndex);
 
 // The edit distance between two names, case ignored (the closest known key of an unknown one).
 std::size_t NameDistance(const std::string& a, const std::string& b);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "machine/Vocabularies.h"
 
@@ -78,3 +79,21 @@ TEST(Vocabularies, CodeToStartCondition) {
 
 } // namespace
 } // namespace kirva
+
+TEST(Vocabularies, CharactersShownReadably) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"13,10", "<CR><LF>"},
+        {"18", "<DC2>"},
+        {"37", "%"},
+        {"0,127,233", "<NUL><DEL>é"},
+        {"%", "%"},
+        {"a\tb", "a<HT>b"},
+        {"256", "256"},
+        {"13,,10", "13,,10"},
+        {"1310", "1310"},
+        {"", ""},
+        {"13, 10", "13, 10"},
+        {"é", "é"},
+    };
+    for (const auto& [typed, shown] : cases) EXPECT_EQ(kirva::ReadableCharacters(typed), shown) << typed;
+}
