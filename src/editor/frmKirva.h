@@ -27,6 +27,7 @@ class QCloseEvent;
 class QComboBox;
 class QFormLayout;
 class QLabel;
+class QPlainTextEdit;
 class QPushButton;
 class QStackedWidget;
 class QTabBar;
@@ -196,6 +197,8 @@ class frmKirva : public QMainWindow {
     // The marks of the changed fields (bold label, the value read in the tooltip) and the title.
     void ScheduleChangeMarks();
     void UpdateChangeMarks();
+    // The program-header preview, from the fields as they stand.
+    void UpdateHeaderPreview();
 
     // ---------------------------------------------------------------- state
     ProgramState& state_;
@@ -226,6 +229,7 @@ class frmKirva : public QMainWindow {
     bool marksPending_ = false;   // an update of the change marks is on its way
     int changedFields_ = 0;
     QHash<QString, QLabel*> hints_;                              // by the field's object name
+    std::vector<QPlainTextEdit*> headerPreviews_;                // on the syntax and header panels
     std::map<std::int32_t, std::string> otherTcp_, otherSerial_; // ports of the workshop's other machines
 };
 

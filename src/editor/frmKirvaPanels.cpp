@@ -5,12 +5,14 @@
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFontDatabase>
 #include <QFormLayout>
 #include <QFrame>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollArea>
@@ -268,6 +270,20 @@ void frmKirva::AddPanelExtras(const QString& panel, QVBoxLayout* layout) {
         layout->addWidget(box);
         return l;
     };
+    if (panel == QStringLiteral("2.1") || panel == QStringLiteral("2.2")) {
+        // The header preview stands beside the syntax and the header fields it is made of.
+        auto* preview = new QPlainTextEdit;
+        preview->setObjectName(panel == QStringLiteral("2.1") ? QStringLiteral("RtbHeaderPreview")
+                                                              : QStringLiteral("RtbHeaderPreviewCartouche"));
+        preview->setReadOnly(true);
+        preview->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+        preview->setMaximumHeight(150);
+        preview->setToolTip(
+            Tr("Illustration construite à partir des champs : le début d'un programme pour cette machine"));
+        headerPreviews_.push_back(preview);
+        boxed("Aperçu de l'en-tête de programme", preview,
+              panel == QStringLiteral("2.1") ? "fraHeaderPreview" : "fraHeaderPreviewCartouche");
+    }
     if (panel == QStringLiteral("2.2")) {
         layout->addLayout(Row({CommandButton(6)}, false));
     } else if (panel == QStringLiteral("2.4")) {

@@ -189,6 +189,7 @@ void frmKirva::WatchEditingFields() {
             connect(box, &QComboBox::currentTextChanged, this, [this, row] { UpdateHint(*row); });
     }
     QTimer::singleShot(0, this, [this] { LoadWorkshopPorts(); });
+    ScheduleChangeMarks(); // and the header preview of the machine shown
     for (QAbstractButton* button : stack_->findChildren<QAbstractButton*>()) {
         if (button->isCheckable())
             connect(button, &QAbstractButton::toggled, this, [this] { ScheduleChangeMarks(); });

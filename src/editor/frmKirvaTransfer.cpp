@@ -11,6 +11,7 @@
 #include <QComboBox>
 #include <QFormLayout>
 #include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QTimer>
 #include <QVariant>
 
@@ -19,6 +20,7 @@
 #include "editor/WorkshopActivities.h"
 #include "editor/frmKirva.h"
 #include "ini/clsIniVar.h"
+#include "machine/HeaderPreview.h"
 #include "machine/Vocabularies.h"
 #include "translate/messages.h"
 
@@ -282,6 +284,19 @@ void frmKirva::UpdateChangeMarks() {
     if (changed != changedFields_) {
         changedFields_ = changed;
         SetTitle();
+    }
+    UpdateHeaderPreview();
+}
+
+void frmKirva::UpdateHeaderPreview() {
+    MachineConfig machine = Machine();
+    RemonteState remonte = Remonte();
+    TakeMachine(machine, remonte);
+    QStringList lines;
+    for (const std::string& line : HeaderPreview(machine)) lines << Q(line);
+    for (QPlainTextEdit* preview : headerPreviews_) {
+        if (preview->toPlainText() != lines.join(QLatin1Char('\n')))
+            preview->setPlainText(lines.join(QLatin1Char('\n')));
     }
 }
 

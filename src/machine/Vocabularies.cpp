@@ -113,7 +113,6 @@ std::string Readable(unsigned code) {
 } // namespace
 
 std::string ReadableCharacters(std::string_view text) {
-    std::string shown;
     // Codes: numbers from 0 to 255 separated by commas, nothing else.
     bool codes = !text.empty();
     unsigned code = 0;
@@ -132,7 +131,11 @@ std::string ReadableCharacters(std::string_view text) {
             codes = false;
         }
     }
-    if (codes) return named;
+    return codes ? named : ReadableText(text);
+}
+
+std::string ReadableText(std::string_view text) {
+    std::string shown;
     for (const char c : text) {
         const auto u = static_cast<unsigned char>(c);
         shown += u < 32 || u == 127 ? Readable(u) : std::string(1, c);

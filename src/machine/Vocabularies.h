@@ -121,5 +121,7 @@ std::string NormalizeServicePort(std::string_view typed);
 // their names ("<CR><LF>", "<DC2>"), printable codes their character ("37" -> "%"); typed text
 // is shown with each control character named ("%" stays "%", a tab becomes "<HT>"). "" for "".
 std::string ReadableCharacters(std::string_view text);
+// Text with each control character named ("a\tb" -> "a<HT>b"); digits stay digits.
+std::string ReadableText(std::string_view text);
 
 } // namespace kirva

@@ -1,6 +1,7 @@
 // The hints beside the fields: characters shown by name, a COM port this computer lacks, a port
 // another machine of the workshop uses.
 #include <QLabel>
+#include <QPlainTextEdit>
 
 #include "WindowFixture.h"
 #include "machine/TelvarFile.h"
@@ -44,6 +45,26 @@ TEST(HintsWindow, NameCharactersAndFlagPortsThatCannotServe) {
         type(c.field, c.typed);
         EXPECT_EQ(hint(c.field), QString::fromUtf8(c.hint)) << c.field << " " << c.typed;
     }
+}
+
+TEST(HintsWindow, HeaderPreviewFollowsTheFieldsOnBothPanels) {
+    WindowFixture f;
+    MachineConfig machine;
+    machine.EOB = "13,10";
+    machine.CarDebProg = "%";
+    machine.NbDigitNumProg = 4;
+    machine.CarDebBloc = "N";
+    machine.NumBloc1 = 10;
+    machine.IncrBloc = 10;
+    f.Open(machine);
+    QCoreApplication::processEvents();
+    auto preview = [&](const char* name) { return f.Find<QPlainTextEdit>(name)->toPlainText(); };
+    EXPECT_EQ(preview("RtbHeaderPreview"),
+              QStringLiteral("% <CR><LF>\n0001 <CR><LF>\nN10 <CR><LF>\nN20 ... <CR><LF>"));
+    f.Line("txtIso_1")->setText(QStringLiteral("O"));
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(preview("RtbHeaderPreview").startsWith(QStringLiteral("O <CR><LF>\n0001")));
+    EXPECT_EQ(preview("RtbHeaderPreviewCartouche"), preview("RtbHeaderPreview"));
 }
 
 } // namespace

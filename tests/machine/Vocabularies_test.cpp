@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "machine/HeaderPreview.h"
 #include "machine/Vocabularies.h"
 
 namespace kirva {
@@ -96,4 +97,31 @@ TEST(Vocabularies, CharactersShownReadably) {
         {"é", "é"},
     };
     for (const auto& [typed, shown] : cases) EXPECT_EQ(kirva::ReadableCharacters(typed), shown) << typed;
+}
+
+TEST(Vocabularies, HeaderPreviewFollowsTheSyntaxFields) {
+    kirva::MachineConfig m;
+    m.RefMO = "TOUR_T01";
+    m.EOB = "13,10";
+    m.CarDebProg = "%";
+    m.NbDigitNumProg = 3; // "001" is a number, not the code of <SOH>
+    m.CarDebBloc = "N";
+    m.NumBloc1 = 10;
+    m.IncrBloc = 5;
+    m.BlocDeb = "G90";
+    m.CarDebCom = "(";
+    m.CarFinCom = ")";
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ(kirva::HeaderPreview(m),
+              (Lines{"% <CR><LF>", "001 <CR><LF>", "N10 G90 <CR><LF>", "N15 ... <CR><LF>"}));
+    m.HeaderVisible = true;
+    m.HeaderText = "Bride";
+    EXPECT_EQ(kirva::HeaderPreview(m),
+              (Lines{"% <CR><LF>", "001 <CR><LF>", "(PROGRAMME 001) <CR><LF>", "(MACHINE TOUR_T01) <CR><LF>",
+                     "(Bride) <CR><LF>", "N10 G90 <CR><LF>", "N15 ... <CR><LF>"}));
+    m.InsertMode = 1; // compact
+    m.CarCartouche = ";";
+    m.CarFinCom = "";
+    m.EOB = "";
+    EXPECT_EQ(kirva::HeaderPreview(m)[2], ";PROGRAMME 001 - MACHINE TOUR_T01 - Bride");
 }
